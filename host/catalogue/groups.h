@@ -1,0 +1,15 @@
+// The parts of the function catalogue, one file each; catalogue.cpp puts them in order.
+#pragma once
+
+#include "uwugithost/catalogue.h"
+
+namespace uwugit::host {
+
+inline constexpr Parameter kRepository = {"repository", Kind::kText,
+                                          "path of the local repository"};
+
+std::span<const Function> status_functions();
+std::span<const Function> transfer_functions();
+std::span<const Function> version_functions();
+
+}  // namespace uwugit::host

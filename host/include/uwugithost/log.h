@@ -1,0 +1,70 @@
+// The host's log: where a module's notes and errors go.
+#pragma once
+
+#include <cstdarg>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace uwugit::host {
+
+enum class Severity { kError, kNote, kOther };
+
+struct LogLine {
+  Severity severity;
+  int level;         // the number in the severity prefix: 1 error, 3 note; 0 without a prefix
+  std::string text;  // formatted, without prefix and without a line break at its end
+
+  // As it is shown: "NOTE: …", "ERROR: …"; other levels as "LOG 2: …"; plain without a prefix.
+  std::string rendered() const;
+};
+
+class Log {
+ public:
+  using Sink = std::function<void(const LogLine&)>;
+
+  // By default lines go to stderr, in colour on a terminal (not when NO_COLOR is set).
+  Log();
+
+  // Replaces where lines go; an empty sink drops them.
+  void set_sink(Sink sink) { sink_ = std::move(sink); }
+  void reset_sink();
+
+  // A severity prefix ("%1z", "%3z") and a printf-style format. What the arguments hold is data: it
+  // is never read as a format.
+  void write_formatted(const char* text, std::va_list arguments);
+
+  void error(std::string_view text) { write(Severity::kError, 1, text); }
+  void note(std::string_view text) { write(Severity::kNote, 3, text); }
+
+ private:
+  void write(Severity severity, int level, std::string_view text);
+
+  Sink sink_;
+  LogLine line_;  // reused from line to line
+};
+
+// Keeps what is logged while it lives, then puts the default back.
+class LogCapture {
+ public:
+  explicit LogCapture(Log& log);
+  ~LogCapture() { log_.reset_sink(); }
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+
+  const std::vector<LogLine>& lines() const { return lines_; }
+  // The rendered lines, one below the other.
+  std::string text() const;
+  void clear() { lines_.clear(); }
+
+ private:
+  Log& log_;
+  std::vector<LogLine> lines_;
+};
+
+// Formats into `text`, whatever the length. Shared by the log and the formatting operation.
+void format_into(std::string& text, const char* format, std::va_list arguments);
+
+}  // namespace uwugit::host

@@ -1,0 +1,146 @@
+#include "operations.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstring>
+#include <string>
+
+#include "run.h"
+#include "uwugithost/host.h"
+
+namespace uwugit::host {
+namespace {
+
+Host& host() { return *Host::current(); }
+
+void write_log(const char* text, ...) {
+  std::va_list arguments;
+  va_start(arguments, text);
+  host().log().write_formatted(text, arguments);
+  va_end(arguments);
+}
+
+// "%*s" as every attribute is formatted, without a copy in between: the cost is the value's length.
+std::int64_t put_padded(char* characters, std::size_t capacity, int width, const char* value) {
+  const std::size_t length = std::strlen(value);
+  const std::size_t field = std::max(length, static_cast<std::size_t>(std::max(width, 0)));
+  host().last_formatted() = {characters, field};
+  const std::size_t blanks = std::min(field - length, capacity);
+  std::memset(characters, ' ', blanks);
+  const std::size_t taken = std::min(length, capacity - blanks);
+  std::memcpy(characters + blanks, value, taken);
+  return static_cast<std::int64_t>(blanks + taken);
+}
+
+std::int64_t format_variable(char* characters, std::int64_t room, const char* format, ...) {
+  const auto capacity = static_cast<std::size_t>(std::max<std::int64_t>(room, 0));
+  std::va_list arguments;
+  va_start(arguments, format);
+  if (std::strcmp(format, "%*s") == 0) {
+    const int width = va_arg(arguments, int);
+    const char* value = va_arg(arguments, const char*);
+    va_end(arguments);
+    return put_padded(characters, capacity, width, value);
+  }
+  static std::string text;
+  format_into(text, format, arguments);
+  va_end(arguments);
+  host().last_formatted() = {characters, text.size()};
+  const std::size_t taken = std::min(text.size(), capacity);
+  std::memcpy(characters, text.data(), taken);
+  return static_cast<std::int64_t>(taken);
+}
+
+void log_code(std::int64_t, int code) { host().log().error(host().files().message(code)); }
+
+int assign_file(char* reference, const char*, const char* path, std::size_t length, std::uint64_t) {
+  return host().files().assign(reference, {path, length});
+}
+int open_file(const char* reference, const FileAttributes* attributes, HostFile** file) {
+  return host().files().open({reference, kFileReferenceLength}, *attributes, file);
+}
+int close_file(HostFile* file) { return host().files().close(file); }
+
+void exit_run(int code) {
+  end_run(code, code == operation::kOutOfMemory ? "The module ran out of memory."
+                                                : "The module ended the run.");
+}
+
+std::int64_t render_code(int code, char* text, std::int64_t capacity) {
+  const std::string message = host().files().message(code);
+  const std::size_t taken =
+      std::min(message.size(), static_cast<std::size_t>(std::max<std::int64_t>(capacity, 0)));
+  std::memcpy(text, message.data(), taken);
+  return static_cast<std::int64_t>(taken);
+}
+
+void* macro_anchor() { return &host().macros(); }
+
+std::string_view view(const char* text, std::int64_t length) {
+  return {text, static_cast<std::size_t>(std::max<std::int64_t>(length, 0))};
+}
+
+int set_character_macro(void* anchor, const char* name, std::int64_t name_length, const char* text,
+                        std::int64_t length, int) {
+  static_cast<MacroVariables*>(anchor)->set(view(name, name_length),
+                                            std::string(view(text, length)));
+  return 0;
+}
+int set_numeric_macro(void* anchor, const char* name, std::int64_t name_length, double value, int) {
+  static_cast<MacroVariables*>(anchor)->set(view(name, name_length), value);
+  return 0;
+}
+
+int decode_password(HostPool* pool, const char* encoded, std::int64_t length, char** decoded,
+                    std::int64_t* decoded_length) try {
+  constexpr int kNotEncoded = -1;
+  std::optional<std::string> password = host().passwords().decode(view(encoded, length));
+  if (!password) return kNotEncoded;
+  *decoded = static_cast<char*>(pool->allocate(pool, password->size() + 1, 0));
+  std::memcpy(*decoded, password->data(), password->size());
+  *decoded_length = static_cast<std::int64_t>(password->size());
+  explicit_bzero(password->data(), password->size());
+  return 0;
+} catch (const std::exception& error) {
+  constexpr int kNoKey = -2;
+  host().log().error(error.what());
+  return kNoKey;
+}
+
+// Each row is checked against the operation's signature.
+template <class Signature>
+HostOperation operation_of(Signature* function) {
+  return reinterpret_cast<HostOperation>(function);
+}
+#define PROVIDE(name, function) \
+  { operation_number::name, operation_of<operation::name>(function) }
+
+}  // namespace
+
+std::span<const ProvidedOperation> provided_operations() {
+  static const ProvidedOperation rows[] = {
+      PROVIDE(xpslog, write_log),
+      PROVIDE(xpsstr, format_variable),
+      PROVIDE(xprrlog, log_code),
+      PROVIDE(xxrasgn, assign_file),
+      PROVIDE(xxropen, open_file),
+      PROVIDE(xxclose, close_file),
+      PROVIDE(xexit, exit_run),
+      PROVIDE(xprlstr, render_code),
+      PROVIDE(xalanch, macro_anchor),
+      PROVIDE(xjsympc, set_character_macro),
+      PROVIDE(xjsympn, set_numeric_macro),
+      PROVIDE(omidcrp, decode_password),
+  };
+  return rows;
+}
+
+extern "C" [[noreturn]] __attribute__((visibility("hidden"))) void end_run_at_unprovided_operation(
+    std::uint64_t identity) {
+  constexpr int kMissingOperation = 70;
+  end_run(kMissingOperation, "The module called slot " + std::to_string(identity & 0xFFFFFFFF) +
+                                 " of vector " + std::to_string(identity >> 32) +
+                                 ", which this host does not provide.");
+}
+
+}  // namespace uwugit::host

@@ -1,0 +1,68 @@
+#include "region.h"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+
+#include "sanitizer.h"
+
+namespace uwugit::host {
+namespace {
+
+constexpr std::size_t kPage = 4096;
+constexpr std::size_t kHugePage = 2u << 20;
+constexpr std::size_t kFirstMapping = 64u << 10;
+constexpr std::size_t kLargestDense = 64u << 20;
+constexpr std::size_t kLargestSparse = 1u << 30;
+
+std::byte* reserve(std::size_t bytes) {
+  void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  return memory == MAP_FAILED ? nullptr : static_cast<std::byte*>(memory);
+}
+
+}  // namespace
+
+void Region::start_with(std::byte* begin, std::byte* end) {
+  cursor_ = begin;
+  end_ = end;
+}
+
+std::byte* Region::take(std::size_t bytes) {
+  if (static_cast<std::size_t>(end_ - cursor_) < bytes && !map(bytes)) return nullptr;
+  std::byte* taken = cursor_;
+  cursor_ += bytes;
+  return taken;
+}
+
+bool Region::map(std::size_t least) {
+  const std::size_t largest = density_ == Density::kDense ? kLargestDense : kLargestSparse;
+  const std::size_t wanted =
+      mappings_.empty() ? kFirstMapping : std::min(largest, mappings_.back().size * 4);
+  const std::size_t needed = (least + kPage - 1) & ~(kPage - 1);
+  std::size_t size = std::max(needed, wanted);
+  std::byte* memory = reserve(size);
+  if (!memory && size > needed) memory = reserve(size = needed);
+  if (!memory) return false;
+  if (size >= kHugePage) {
+    madvise(memory, size, density_ == Density::kDense ? MADV_HUGEPAGE : MADV_NOHUGEPAGE);
+  }
+  mappings_.push_back({memory, size});
+  reserved_ += size;
+  cursor_ = memory;
+  end_ = memory + size;
+  UWUGIT_POISON(memory, size);
+  return true;
+}
+
+void Region::release() {
+  for (const Mapping& mapping : mappings_) {
+    UWUGIT_UNPOISON(mapping.begin, mapping.size);
+    munmap(mapping.begin, mapping.size);
+  }
+  mappings_.clear();
+  reserved_ = 0;
+  cursor_ = end_ = nullptr;
+}
+
+}  // namespace uwugit::host

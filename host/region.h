@@ -1,0 +1,51 @@
+// Address space for blocks: reserved in growing regions, committed by the system when written.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace uwugit::host {
+
+// Whether a region is filled densely (huge pages pay) or is left mostly untouched.
+enum class Density { kDense, kSparse };
+
+// Hands out memory from the front of a region. Not for single blocks: see Pool.
+class Region {
+ public:
+  explicit Region(Density density) : density_(density) {}
+  ~Region() { release(); }
+  Region(const Region&) = delete;
+  Region& operator=(const Region&) = delete;
+
+  // Memory that the region does not own, to be used up first.
+  void start_with(std::byte* begin, std::byte* end);
+
+  // The next `bytes` (a multiple of 16); null when the system has no more.
+  std::byte* take(std::size_t bytes);
+
+  // Whether the memory that ends at `end` was the last taken; then it can be cut or grown in place.
+  bool is_last(const std::byte* end) const { return end == cursor_; }
+  bool can_grow_to(const std::byte* end) const { return end <= end_; }
+  void set_cursor(std::byte* cursor) { cursor_ = cursor; }
+
+  std::size_t reserved() const { return reserved_; }
+
+  // Gives everything back to the system.
+  void release();
+
+ private:
+  struct Mapping {
+    std::byte* begin;
+    std::size_t size;
+  };
+  bool map(std::size_t least);
+
+  Density density_;
+  std::byte* cursor_ = nullptr;
+  std::byte* end_ = nullptr;
+  std::vector<Mapping> mappings_;
+  std::size_t reserved_ = 0;
+};
+
+}  // namespace uwugit::host

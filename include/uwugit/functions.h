@@ -1,0 +1,25 @@
+// Everything that uwugit_p.so exports. A host calls the git functions by these names; their
+// arguments, results and messages are described in docs/functions.md.
+#pragma once
+
+#include "uwugit/module_abi.h"
+
+#define UWUGIT_EXPORT extern "C" __attribute__((visibility("default")))
+
+namespace uwugit {
+
+// Called once by the host when it has loaded the module; answers the module's information block.
+UWUGIT_EXPORT const ModuleInformation* mcn_main(HostControlBlock* gcb, void* pidb);
+UWUGIT_EXPORT const ModuleInformation vi_mcn;
+
+// The function-module entry: the registration blocks of modes 1 and 2, null for any other mode.
+UWUGIT_EXPORT void* uwugit_p(int mode, void* a1, void* a2, void* a3, void* a4, void* a5);
+
+UWUGIT_EXPORT HostFunction git_version;
+UWUGIT_EXPORT HostFunction get_status;
+UWUGIT_EXPORT HostFunction get_status_attribute;
+UWUGIT_EXPORT HostFunction free_status_objects;
+UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
+UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
+
+}  // namespace uwugit

@@ -1,0 +1,35 @@
+// Lua programs, with every function of the catalogue in the table `git`.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string>
+
+#include "session.h"
+
+struct lua_State;
+
+namespace uwugit::runner {
+
+class LuaProgram {
+ public:
+  explicit LuaProgram(Session& session);
+  ~LuaProgram();
+  LuaProgram(const LuaProgram&) = delete;
+  LuaProgram& operator=(const LuaProgram&) = delete;
+
+  // Runs a file with its arguments in `arg` and `...`. Answers false after writing the error, with
+  // file and line, to stderr.
+  bool run_file(const std::string& file, std::span<const std::string> arguments);
+
+  // Runs one line of input and prints what it yields. `is_incomplete` tells that more is to come.
+  void run_line(const std::string& line, bool* is_incomplete);
+
+ private:
+  struct Closer {
+    void operator()(lua_State* state) const;
+  };
+  std::unique_ptr<lua_State, Closer> lua_;
+};
+
+}  // namespace uwugit::runner

@@ -1,0 +1,50 @@
+// A host with the git module loaded: what every command of the runner works on.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "trace.h"
+#include "uwugithost/call.h"
+
+namespace uwugit::runner {
+
+// The options that commands share.
+struct SessionOptions {
+  std::string module_file;  // empty: beside the command
+  // Folders separated by colons; when given, in place of what the environment says.
+  std::optional<std::string> system_path;
+  std::optional<std::string> extension_path;
+  std::optional<std::string> install_path;
+  bool is_traced = false;
+  bool is_memory_shown = false;
+};
+
+class Session {
+ public:
+  // Throws std::runtime_error when the module cannot be loaded.
+  explicit Session(const SessionOptions& options);
+  // Shows what --memory asks for.
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // See host::call_function.
+  host::Outcome call(const host::Function& function, std::span<const host::Value> values);
+
+  host::Host& host() { return host_; }
+  const host::FunctionModule& module() const { return *module_; }
+
+ private:
+  host::Host host_;
+  std::unique_ptr<host::FunctionModule> module_;
+  Trace trace_;
+  bool is_memory_shown_;
+};
+
+// The folder of the module and its companion: lib/uwugit beside the command's own folder.
+std::filesystem::path library_folder();
+
+}  // namespace uwugit::runner

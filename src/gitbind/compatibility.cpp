@@ -1,0 +1,135 @@
+#include "gitbind/compatibility.h"
+
+#include <cstddef>
+#include <cstring>
+
+#include "module/messages.h"
+#include "module/vector_stubs.h"
+
+namespace uwugit {
+namespace {
+
+// The records that the module fills or reads by their compiled layout, the same in 1.1 to 1.9.
+static_assert(sizeof(git_oid) == GIT_OID_RAWSZ && GIT_OID_RAWSZ == 20);
+static_assert(sizeof(git_error) == 16 && offsetof(git_error, klass) == 8);
+static_assert(sizeof(git_strarray) == 16 && offsetof(git_strarray, count) == 8);
+static_assert(sizeof(git_status_options) == 48 && offsetof(git_status_options, flags) == 8);
+static_assert(sizeof(git_checkout_options) == 144);
+static_assert(offsetof(git_checkout_options, checkout_strategy) == 4);
+static_assert(offsetof(git_checkout_options, paths) == 64);
+static_assert(offsetof(git_checkout_options, ancestor_label) == 104);
+static_assert(sizeof(git_merge_options) == 48 && offsetof(git_merge_options, file_flags) == 44);
+static_assert(sizeof(git_repository_init_options) == 56);
+static_assert(offsetof(git_repository_init_options, workdir_path) == 16);
+static_assert(offsetof(git_repository_init_options, initial_head) == 40);
+static_assert(sizeof(git_stash_apply_options) == 168);
+static_assert(offsetof(git_stash_apply_options, checkout_options) == 8);
+static_assert(sizeof(git_diff_line) == 40 && offsetof(git_diff_line, content) == 32);
+static_assert(sizeof(git_diff_delta) == 112 && offsetof(git_diff_delta, new_file) == 64);
+static_assert(sizeof(git_index_entry) == 72 && offsetof(git_index_entry, path) == 64);
+
+struct Version {
+  int major = 0;
+  int minor = 0;
+  int revision = 0;
+
+  constexpr int order() const { return major * 1000 + minor; }
+};
+constexpr int kOldest = Version{1, 1}.order();
+constexpr int kNewest = Version{1, 9}.order();
+constexpr int kExperimentalSha256 = 1 << 11;  // of git_libgit2_features
+
+bool find_version(GitModule* git, Version* version) {
+  auto* ask = GIT_FUNCTION(git, git_libgit2_version);
+  if (!ask) return false;
+  ask(&version->major, &version->minor, &version->revision);
+  return true;
+}
+
+// Where the transfer records differ.
+constexpr std::size_t kCallbacksInOptions = 8;  // of fetch and push options
+constexpr std::size_t kFetchOptionsInClone = 152;
+constexpr std::size_t kCredentialsInCallbacks = 24;
+constexpr std::size_t kPayloadInCallbacks = 104;
+constexpr std::size_t kPayloadBefore1_2 = 96;
+
+template <class Options>
+void initialise(TransferOptions* options, int (*init)(Options*, unsigned), unsigned version,
+                const Options& compiled) {
+  static_assert(sizeof(Options) < sizeof(TransferOptions) / 2, "no room left for newer versions");
+  *options = {};
+  auto* record = reinterpret_cast<Options*>(options->bytes);
+  if (!init || init(record, version) < 0) std::memcpy(record, &compiled, sizeof compiled);
+}
+
+std::size_t callbacks_offset(GitModule* git, Transfer transfer, TransferOptions* options) {
+  switch (transfer) {
+    case Transfer::kFetch:
+      initialise<git_fetch_options>(options, GIT_FUNCTION(git, git_fetch_options_init),
+                                    GIT_FETCH_OPTIONS_VERSION, GIT_FETCH_OPTIONS_INIT);
+      return kCallbacksInOptions;
+    case Transfer::kPush:
+      initialise<git_push_options>(options, GIT_FUNCTION(git, git_push_options_init),
+                                   GIT_PUSH_OPTIONS_VERSION, GIT_PUSH_OPTIONS_INIT);
+      return kCallbacksInOptions;
+    case Transfer::kClone:
+      break;
+  }
+  initialise<git_clone_options>(options, GIT_FUNCTION(git, git_clone_options_init),
+                                GIT_CLONE_OPTIONS_VERSION, GIT_CLONE_OPTIONS_INIT);
+  return kFetchOptionsInClone + kCallbacksInOptions;
+}
+
+}  // namespace
+
+bool is_supported_libgit2(GitModule* git) {
+  static GitModule* supported = nullptr;  // asked once a library, not once a call
+  if (git == supported) return true;
+  Version found;
+  if (find_version(git, &found)) {
+    if (found.order() < kOldest || found.order() > kNewest) {
+      xpslog(message::kUnsupportedVersion, found.major, found.minor, found.revision);
+      return false;
+    }
+    auto* features = GIT_FUNCTION(git, git_libgit2_features);
+    if (features && (features() & kExperimentalSha256)) {
+      xpslog(message::kUnsupportedSha256, found.major, found.minor, found.revision);
+      return false;
+    }
+  }
+  supported = git;
+  return true;
+}
+
+const git_error* last_git_error(GitModule* git, bool* is_found) {
+  auto* last = GIT_FUNCTION(git, git_error_last);
+  if (is_found) *is_found = last != nullptr;
+  const git_error* error = last ? last() : nullptr;
+  return error && error->klass != GIT_ERROR_NONE ? error : nullptr;
+}
+
+int log_git_error(GitModule* git) {
+  bool is_found = false;
+  const git_error* error = last_git_error(git, &is_found);
+  if (!is_found) return 0;
+  if (!error) {
+    xpslog(message::kNoErrorInfo);
+    return -1;
+  }
+  xpslog(message::kGitError, error->klass, error->message);
+  return error->klass;
+}
+
+void prepare_transfer(GitModule* git, Transfer transfer, TransferOptions* options,
+                      git_credential_acquire_cb credentials, void* payload) {
+  const std::size_t callbacks = callbacks_offset(git, transfer, options);
+  Version version{1, 9};
+  find_version(git, &version);
+  const std::size_t payload_at =
+      version.order() < Version{1, 2}.order() ? kPayloadBefore1_2 : kPayloadInCallbacks;
+  std::memcpy(options->bytes + callbacks + kCredentialsInCallbacks, &credentials,
+              sizeof credentials);
+  std::memcpy(options->bytes + callbacks + payload_at, &payload, sizeof payload);
+}
+
+}  // namespace uwugit

@@ -1,0 +1,47 @@
+// Every line that the module writes to the host's log, by operation. "%1z" marks an error, "%3z" a
+// note; the rest is a printf-style format.
+#pragma once
+
+namespace uwugit::message {
+
+// Loading libgit2
+inline constexpr char kTryingExtensionPath[] =
+    "%3zlibgit2.so not found in the system location, trying the extension path.";
+// It was the extension path that failed here. The wording is one that users search for: it stays.
+inline constexpr char kTryingInstallPath[] =
+    "%3zlibgit2.so not found in the system location, trying the install path.";
+inline constexpr char kLibgit2NotFound[] = "%1zlibgit2.so not found.";
+inline constexpr char kUnableToLoad[] = "%1zUnable to load libgit2 module.";
+inline constexpr char kUnsupportedVersion[] =
+    "%1zlibgit2 %d.%d.%d cannot be used. Versions 1.1 to 1.9 are supported.";
+inline constexpr char kUnsupportedSha256[] =
+    "%1zlibgit2 %d.%d.%d cannot be used. It was built with experimental SHA-256 support.";
+
+// libgit2's own errors
+inline constexpr char kGitError[] = "%1zReturn code from GIT is (%d). %s\n";
+inline constexpr char kNoErrorInfo[] = "%1zNo detailed error info available.";
+
+// git_version
+inline constexpr char kVersion[] = "%3zLibgit2 version %d.%d.%d";
+
+// Status
+inline constexpr char kStagedNew[] = "%3zEntry: %s. Staged: True. Status: New.";
+inline constexpr char kStagedModified[] = "%3zEntry: %s. Staged: True. Status: Modified.";
+inline constexpr char kStagedDeleted[] = "%3zEntry: %s. Staged: True. Status: Deleted.";
+inline constexpr char kStagedRenamed[] = "%3zEntry: %s. Staged: True. Status: Renamed.";
+inline constexpr char kStagedTypechange[] = "%3zEntry: %s. Staged: True. Status: Typechange.";
+inline constexpr char kUnstagedNew[] = "%3zEntry: %s. Staged: False. Status: New.";
+inline constexpr char kUnstagedModified[] = "%3zEntry: %s. Staged: False. Status: Modified.";
+inline constexpr char kUnstagedDeleted[] = "%3zEntry: %s. Staged: False. Status: Deleted.";
+inline constexpr char kUnstagedTypechange[] = "%3zEntry: %s. Staged: False. Status: Typechange.";
+inline constexpr char kUnstagedRenamed[] = "%3zEntry: %s. Staged: False. Status: Renamed.";
+inline constexpr char kUnstagedConflicted[] = "%3zEntry: %s. Staged: False. Status: Conflicted.";
+inline constexpr char kNoStatusObjects[] =
+    "%1zCould not find any status objects. Run GITFN_STATUS on your repo prior to obtaining repo "
+    "status objects.";
+
+// Transfer
+inline constexpr char kTransferNotBuilt[] =
+    "%1zThis build of the module cannot transfer to or from a remote repository.";
+
+}  // namespace uwugit::message

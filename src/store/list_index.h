@@ -1,0 +1,37 @@
+// Random access beside a linked list: the n-th record without a walk from the head.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "uwugit/host_abi.h"
+
+namespace uwugit {
+
+// The addresses of a list's records in order, held in the pool of the list's owner. Built by the
+// first read and again by the first read after a change.
+template <class Record>
+struct ListIndex {
+  Record** records;
+  std::size_t count;
+  bool is_current;
+
+  // The record with that number, counted from 1, or null.
+  Record* at(std::int64_t number, Record* first, HostPool* pool) {
+    if (!is_current) build(first, pool);
+    if (number < 1 || static_cast<std::uint64_t>(number) > count) return nullptr;
+    return records[number - 1];
+  }
+
+  void build(Record* first, HostPool* pool) {
+    if (records) pool->free_block(pool, records);
+    count = 0;
+    for (Record* it = first; it; it = it->next) ++count;
+    records = static_cast<Record**>(pool->allocate(pool, (count + 1) * sizeof(Record*), 0));
+    std::size_t i = 0;
+    for (Record* it = first; it; it = it->next) records[i++] = it;
+    is_current = true;
+  }
+};
+
+}  // namespace uwugit

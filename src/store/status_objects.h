@@ -1,0 +1,38 @@
+// The status of repositories, kept between calls: one RepoStatus per repository path, each with its
+// own pool and the list of its GitStatusEntry records.
+#pragma once
+
+#include "uwugit/records.h"
+
+namespace uwugit {
+
+extern RepoStatus* headStatus;  // the first object, or null
+// The object that the current operation works on: set by get_status, by lookups and by the free,
+// which clears it together with its object.
+extern RepoStatus* workingRepoStatus;
+extern std::int32_t statusCount;  // entries that the latest get_status reported
+
+// All paths are NUL-terminated and copied into the object's pool.
+RepoStatus* createNewRepoStatusObject(const char* path);  // not linked
+RepoStatus* insertRepoStatusAtHead(const char* path);
+RepoStatus* insertRepoStatusAtTail(const char* path);
+
+// The first object of that path (case-sensitive, trailing blanks insignificant), or null.
+RepoStatus* findRepoStatusObject(const char* path);
+
+// Frees the object of that path with all its entries: 0; 1 when there is none; -2 when its pool
+// could not be destroyed.
+int free_repo_status(const char* path);
+
+// Entries of workingRepoStatus, which must be set. The status word is kept as it is, not copied.
+GitStatusEntry* createNewGitStatusEntry(const char* path, const char* status,
+                                        std::int32_t staged);  // not linked
+GitStatusEntry* insertGitStatusEntryAtHead(const char* path, const char* status,
+                                           std::int32_t staged);
+GitStatusEntry* insertGitStatusEntryAtTail(const char* path, const char* status,
+                                           std::int32_t staged);
+
+// The entry with that number, counted from 1, or null. Costs the same for every number.
+GitStatusEntry* status_entry(RepoStatus* repo, std::int64_t number);
+
+}  // namespace uwugit
