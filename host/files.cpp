@@ -19,10 +19,9 @@ int last_error() { return errno != 0 ? -errno : -EIO; }
 
 }  // namespace
 
-class OutputFile final : public HostFile {
+class OutputFile final : public FullTable<HostFile, FileSlots, kFileSlots> {
  public:
-  explicit OutputFile(std::FILE* stream) : HostFile{}, stream_(stream) {
-    fill_missing_slots<FileSlots, kFileSlots>(static_cast<HostFile*>(this));
+  explicit OutputFile(std::FILE* stream) : stream_(stream) {
     write = [](HostFile* file, const char* data, std::size_t length) {
       std::FILE* const to = static_cast<OutputFile*>(file)->stream_;
       return std::fwrite(data, 1, length, to) == length ? 0 : last_error();
@@ -41,7 +40,6 @@ class OutputFile final : public HostFile {
   }
 
  private:
-  HostOperation more_slots_[kFileSlots - sizeof(HostFile) / sizeof(HostOperation)];
   std::FILE* stream_;
 };
 

@@ -59,12 +59,8 @@ struct Host::ControlTables {
   std::map<std::uint32_t, Vector> provided;
   std::array<const HostOperation*, kVectors> vectors;
 
-  struct ServiceTable : HostServices {
-    HostOperation more[kServiceSlots - sizeof(HostServices) / sizeof(HostOperation)];
-  } services;
-  struct Allocator : HostAllocator {
-    HostOperation more[kAllocatorSlots - sizeof(HostAllocator) / sizeof(HostOperation)];
-  } allocator;
+  FullTable<HostServices, ServiceSlots, kServiceSlots> services;
+  FullTable<HostAllocator, AllocatorSlots, kAllocatorSlots> allocator;
   std::vector<std::unique_ptr<std::byte[]>> allocations;  // live as long as the host
 };
 
@@ -77,10 +73,8 @@ Host::ControlTables::ControlTables() {
     const bool is_lower = i >= 'a' && i <= 'z';
     upper_case[i] = static_cast<unsigned char>(is_lower ? i - 'a' + 'A' : i);
   }
-  fill_missing_slots<ServiceSlots, kServiceSlots>(static_cast<HostServices*>(&services));
   services.create_pool = create_pool;
   services.load_module = load_module;
-  fill_missing_slots<AllocatorSlots, kAllocatorSlots>(static_cast<HostAllocator*>(&allocator));
   allocator.allocate = [](HostAllocator*, std::size_t bytes, std::uint64_t, HostAllocator*, void*,
                           void*) { return Host::current()->tables_->allocate(bytes); };
 

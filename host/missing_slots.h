@@ -22,14 +22,19 @@ template <class Table, std::size_t slot>
                                  Table::kName + ", which this host does not provide.");
 }
 
-// Fills the first `count` slots of the table at `handle`; the provided ones are set afterwards.
-template <class Table, std::size_t count>
-void fill_missing_slots(void* handle) {
-  static constexpr auto functions = []<std::size_t... slot>(std::index_sequence<slot...>) {
-    return std::array<HostOperation, count>{missing_slot<Table, slot>...};
+// A handle with `count` slots, all of them missing at first; the provided ones are set afterwards.
+template <class Handle, class Table, std::size_t count>
+struct FullTable : Handle {
+  FullTable() : Handle{} {
+    static constexpr auto functions = []<std::size_t... slot>(std::index_sequence<slot...>) {
+      return std::array<HostOperation, count>{missing_slot<Table, slot>...};
+    }
+    (std::make_index_sequence<count>{});
+    static_assert(sizeof(FullTable) == sizeof functions, "the further slots follow the handle");
+    std::memcpy(static_cast<void*>(this), functions.data(), sizeof functions);
   }
-  (std::make_index_sequence<count>{});
-  std::memcpy(handle, functions.data(), sizeof functions);
-}
+
+  HostOperation more[count - sizeof(Handle) / sizeof(HostOperation)];
+};
 
 }  // namespace uwugit::host

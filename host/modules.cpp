@@ -76,11 +76,10 @@ SearchLists SearchLists::from_environment(const fs::path& companion_folder) {
           .install = list_from_environment("UWUGIT_INSTALL_PATH", {})};
 }
 
-class LoadedModule final : public GitModule {
+class LoadedModule final : public FullTable<GitModule, ModuleSlots, kModuleSlots> {
  public:
   LoadedModule(fs::path file, void* handle, const ModuleLoader::LookupHook& hook)
-      : GitModule{}, file_(std::move(file)), handle_(handle), hook_(hook) {
-    fill_missing_slots<ModuleSlots, kModuleSlots>(static_cast<GitModule*>(this));
+      : file_(std::move(file)), handle_(handle), hook_(hook) {
     lookup = [](GitModule* module, const wchar_t* name, std::size_t length, std::uint64_t) {
       return static_cast<LoadedModule*>(module)->find({name, length});
     };
@@ -105,7 +104,6 @@ class LoadedModule final : public GitModule {
     return hook_ ? hook_(function.name, function.address) : function.address;
   }
 
-  HostOperation more_slots_[kModuleSlots - sizeof(GitModule) / sizeof(HostOperation)];
   fs::path file_;
   void* handle_;
   const ModuleLoader::LookupHook& hook_;

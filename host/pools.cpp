@@ -55,7 +55,7 @@ constexpr std::size_t kPoolSlots = 32;
 
 }  // namespace
 
-class Pool final : public HostPool {
+class Pool final : public FullTable<HostPool, PoolSlots, kPoolSlots> {
  public:
   Pool();
 
@@ -69,10 +69,6 @@ class Pool final : public HostPool {
 
   std::size_t reserved() const { return dense_.reserved() + sparse_.reserved() + sizeof initial_; }
 
- private:
-  HostOperation more_slots_[kPoolSlots - sizeof(HostPool) / sizeof(HostOperation)];
-
- public:
   PoolService* service = nullptr;  // null while it waits in the cache
   Pool* older = nullptr;
   Pool* newer = nullptr;
@@ -142,8 +138,7 @@ void* reallocate_in_pool(HostPool* pool, void* block, std::size_t bytes, std::ui
 
 }  // namespace
 
-Pool::Pool() : HostPool{} {
-  fill_missing_slots<PoolSlots, kPoolSlots>(static_cast<HostPool*>(this));
+Pool::Pool() {
   destroy = destroy_pool;
   allocate = allocate_in_pool;
   free_block = free_in_pool;
