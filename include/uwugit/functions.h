@@ -19,6 +19,9 @@ UWUGIT_EXPORT HostFunction git_version;
 UWUGIT_EXPORT HostFunction get_status;
 UWUGIT_EXPORT HostFunction get_status_attribute;
 UWUGIT_EXPORT HostFunction free_status_objects;
+UWUGIT_EXPORT HostFunction get_commit_log;
+UWUGIT_EXPORT HostFunction get_commit_attribute;
+UWUGIT_EXPORT HostFunction free_commit_objects;
 UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
 UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
 

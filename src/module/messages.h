@@ -40,6 +40,15 @@ inline constexpr char kNoStatusObjects[] =
     "%1zCould not find any status objects. Run GITFN_STATUS on your repo prior to obtaining repo "
     "status objects.";
 
+// Log
+inline constexpr char kLogOpenFailed[] =
+    "%1zAn error occurred while opening local repository '%s'.";
+inline constexpr char kNoCommitObjects[] =
+    "%1zCould not find any commit objects. Run GITFN_COMMIT_LOG on your repo prior to obtaining "
+    "commit objects.";
+inline constexpr char kLogNotFreed[] = "%1zAn error occurred while trying to free commit objects";
+inline constexpr char kLogFreed[] = "%3z%s commit objects freed successfully.";
+
 // Transfer
 inline constexpr char kTransferNotBuilt[] =
     "%1zThis build of the module cannot transfer to or from a remote repository.";
