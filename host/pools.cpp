@@ -124,9 +124,7 @@ void fill_for_debugging([[maybe_unused]] void* block, [[maybe_unused]] std::size
 
 int destroy_pool(HostPool* handle) {
   Pool* pool = Pool::from(handle);
-  if (!pool->service) return -1;
-  pool->close();
-  return 0;
+  return pool->service ? pool->service->destroy(pool) : -1;
 }
 void* allocate_in_pool(HostPool* pool, std::size_t bytes, std::uint64_t) {
   return Pool::from(pool)->allocate_block(bytes);
@@ -160,7 +158,6 @@ void Pool::close() {
   sparse_.release();
   if (has_free_) std::fill(std::begin(free_), std::end(free_), nullptr);
   has_free_ = false;
-  service->retire(this);
 }
 
 void Pool::set_size(std::byte* start, std::size_t whole, bool is_sparse, std::size_t wanted) {
@@ -259,7 +256,7 @@ void* Pool::resize(void* block, std::size_t wanted) {
 PoolService::PoolService() = default;
 
 PoolService::~PoolService() {
-  while (newest_) newest_->close();
+  while (newest_) retire(newest_);
   for (Pool* pool : cache_) delete pool;
 }
 
@@ -281,11 +278,17 @@ HostPool* PoolService::create(const char* name) {
   return pool;
 }
 
-void PoolService::retire(Pool* pool) {
+int PoolService::destroy(Pool* pool) {
+  if (is_in_call_) std::erase(call_pools_, pool);
+  retire(pool);
   ++totals_.destroyed;
+  return 0;
+}
+
+void PoolService::retire(Pool* pool) {
+  pool->close();
   (pool->newer ? pool->newer->older : newest_) = pool->older;
   if (pool->older) pool->older->newer = pool->newer;
-  std::erase(call_pools_, pool);
   pool->service = nullptr;
   if (cache_.size() < kMostCached) {
     cache_.push_back(pool);
@@ -298,13 +301,12 @@ void PoolService::begin_call() { is_in_call_ = true; }
 
 void PoolService::end_call() {
   is_in_call_ = false;
-  const std::vector<Pool*> made = std::exchange(call_pools_, {});
-  for (Pool* pool : made) {
+  for (Pool* pool : call_pools_) {
     if (pool->blocks > 0) continue;
-    pool->close();
-    --totals_.destroyed;
+    retire(pool);
     ++totals_.recycled;
   }
+  call_pools_.clear();
 }
 
 PoolCounters PoolService::counters() const {

@@ -55,7 +55,7 @@ bool Region::map(std::size_t least) {
   return true;
 }
 
-void Region::release() {
+void Region::unmap() {
   for (const Mapping& mapping : mappings_) {
     UWUGIT_UNPOISON(mapping.begin, mapping.size);
     munmap(mapping.begin, mapping.size);

@@ -32,7 +32,9 @@ class Region {
   std::size_t reserved() const { return reserved_; }
 
   // Gives everything back to the system.
-  void release();
+  void release() {
+    if (!mappings_.empty()) unmap();
+  }
 
  private:
   struct Mapping {
@@ -40,6 +42,7 @@ class Region {
     std::size_t size;
   };
   bool map(std::size_t least);
+  void unmap();
 
   Density density_;
   std::byte* cursor_ = nullptr;

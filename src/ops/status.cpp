@@ -136,7 +136,7 @@ void list_status(GitCall& call, const char* path) {
 
 using AttributeReader = const char*(const GitStatusEntry* entry);
 struct Attribute {
-  const char* name;
+  std::string_view name;
   AttributeReader* read;
 };
 constexpr Attribute kAttributes[] = {
@@ -149,10 +149,11 @@ constexpr Attribute kAttributes[] = {
 // Fills the variable and answers the result; the attribute's name is upper-cased in place.
 double read_attribute(const GitStatusEntry* entry, char* attribute_name, HostString* variable) {
   toUpperCase(attribute_name);
+  const std::string_view wanted(attribute_name);
   blank_fill(variable);
   double result = kNoSuchAttribute;
   for (const Attribute& attribute : kAttributes) {
-    if (!is_same_key(attribute.name, attribute_name)) continue;
+    if (!is_same_key(attribute.name, wanted)) continue;
     const char* value = attribute.read(entry);
     write_value(variable, value, wzstlen(value));
     result = kSuccess;
@@ -163,9 +164,9 @@ double read_attribute(const GitStatusEntry* entry, char* attribute_name, HostStr
 }
 
 // The repository's status object, made the working one; null when there is none.
-RepoStatus* select_status_object(const char* path) {
-  if (!workingRepoStatus || !is_same_key(workingRepoStatus->path, path)) {
-    workingRepoStatus = findRepoStatusObject(path);
+RepoStatus* select_status_object(const PoolText& path) {
+  if (!workingRepoStatus || !is_status_of(workingRepoStatus, {path.text, path.length})) {
+    workingRepoStatus = findRepoStatusObject(path.text);
   }
   return workingRepoStatus;
 }
@@ -184,10 +185,11 @@ int get_status(const HostArgumentBlock* arguments, double* result) {
 int get_status_attribute(const HostArgumentBlock* arguments, double* result) {
   *result = kFailure;
   const std::int32_t number = number_argument(arguments, 0);
+  prefetch_status_entry(number);
   HostPool* pool = create_pool(kGetStatusAttributePool);
   const PoolText path(pool, text_argument(arguments, 1));
   const PoolText attribute(pool, text_argument(arguments, 2));
-  RepoStatus* repo = select_status_object(path.text);
+  RepoStatus* repo = select_status_object(path);
   if (!repo) {
     *result = kNoStatusObjects;
     xpslog(message::kNoStatusObjects);

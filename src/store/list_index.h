@@ -23,6 +23,16 @@ struct ListIndex {
     return records[number - 1];
   }
 
+  // Starts fetching that record into the processor's cache, for callers that have other work to do
+  // before they read it: in a long list read in random order, waiting for memory is most of the cost.
+  void prefetch(std::int64_t number) const {
+    if (!is_current || number < 1 || static_cast<std::uint64_t>(number) > count) return;
+    constexpr std::size_t cache_line = 64;
+    const char* record = reinterpret_cast<const char*>(records[number - 1]);
+    __builtin_prefetch(record);
+    __builtin_prefetch(record + cache_line);
+  }
+
   void build(Record* first, HostPool* pool) {
     if (records) pool->free_block(pool, records);
     count = 0;

@@ -2,6 +2,8 @@
 // by walking forwards.
 #pragma once
 
+#include <string_view>
+
 #include "support/strings.h"
 #include "uwugit/host_abi.h"
 
@@ -39,9 +41,9 @@ void unlink(Object** head, Object* object) {
   if (object->next) object->next->prev = object->prev;
 }
 
-// Whether two NUL-terminated keys are the same, trailing blanks insignificant.
-inline bool is_same_key(const char* left, const char* right) {
-  return wzstcom(left, wzstlen(left), right, wzstlen(right)) == 0;
+// Whether two keys are the same, trailing blanks insignificant. They are NUL-terminated or counted.
+inline bool is_same_key(std::string_view left, std::string_view right) {
+  return wzstcom(left.data(), left.size(), right.data(), right.size()) == 0;
 }
 
 }  // namespace uwugit

@@ -1,5 +1,7 @@
 #include "store/status_objects.h"
 
+#include <cstring>
+
 #include "module/pool.h"
 #include "store/list_index.h"
 #include "store/object_list.h"
@@ -20,6 +22,7 @@ constexpr int kPoolNotDestroyed = -2;
 // What the store keeps behind each record, so that appending and reading cost the same at any
 // length.
 struct StoredRepoStatus : RepoStatus {
+  std::size_t path_length;
   GitStatusEntry* last_entry;
   ListIndex<GitStatusEntry> index;
 };
@@ -30,11 +33,13 @@ StoredRepoStatus* stored(RepoStatus* repo) { return static_cast<StoredRepoStatus
 
 RepoStatus* createNewRepoStatusObject(const char* path) {
   HostPool* pool = create_pool(kPoolName);
-  char* path_copy = copy_text(pool, path, wzstlen(path));
+  const std::size_t path_length = wzstlen(path);
+  char* path_copy = copy_text(pool, path, path_length);
   auto* repo = static_cast<StoredRepoStatus*>(pool->allocate(pool, sizeof(StoredRepoStatus), 0));
   *repo = {};
   repo->path = path_copy;
   repo->pool = pool;
+  repo->path_length = path_length;
   return repo;
 }
 
@@ -68,8 +73,12 @@ int free_repo_status(const char* path) {
 
 GitStatusEntry* createNewGitStatusEntry(const char* path, const char* status, std::int32_t staged) {
   HostPool* pool = workingRepoStatus->pool;
-  char* path_copy = copy_text(pool, path, wzstlen(path));
-  auto* entry = static_cast<GitStatusEntry*>(pool->allocate(pool, sizeof(GitStatusEntry), 0));
+  // Record and path share a block: a read in random order meets one place in memory, not two.
+  const std::size_t size = wzstlen(path) + 1;
+  void* block = pool->allocate(pool, sizeof(GitStatusEntry) + size, 0);
+  auto* entry = static_cast<GitStatusEntry*>(block);
+  char* path_copy = static_cast<char*>(block) + sizeof(GitStatusEntry);
+  std::memcpy(path_copy, path, size);
   *entry = {path_copy, status, staged, nullptr, nullptr};
   return entry;
 }
@@ -94,8 +103,16 @@ GitStatusEntry* insertGitStatusEntryAtTail(const char* path, const char* status,
   return entry;
 }
 
+bool is_status_of(RepoStatus* repo, std::string_view path) {
+  return is_same_key({repo->path, stored(repo)->path_length}, path);
+}
+
 GitStatusEntry* status_entry(RepoStatus* repo, std::int64_t number) {
   return stored(repo)->index.at(number, repo->entries, repo->pool);
+}
+
+void prefetch_status_entry(std::int64_t number) {
+  if (workingRepoStatus) stored(workingRepoStatus)->index.prefetch(number);
 }
 
 }  // namespace uwugit

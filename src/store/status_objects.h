@@ -2,6 +2,8 @@
 // own pool and the list of its GitStatusEntry records.
 #pragma once
 
+#include <string_view>
+
 #include "uwugit/records.h"
 
 namespace uwugit {
@@ -32,7 +34,13 @@ GitStatusEntry* insertGitStatusEntryAtHead(const char* path, const char* status,
 GitStatusEntry* insertGitStatusEntryAtTail(const char* path, const char* status,
                                            std::int32_t staged);
 
+// Whether the object is that of a path, as findRepoStatusObject compares.
+bool is_status_of(RepoStatus* repo, std::string_view path);
+
 // The entry with that number, counted from 1, or null. Costs the same for every number.
 GitStatusEntry* status_entry(RepoStatus* repo, std::int64_t number);
+
+// Starts fetching that entry of workingRepoStatus, if it is set, from memory.
+void prefetch_status_entry(std::int64_t number);
 
 }  // namespace uwugit

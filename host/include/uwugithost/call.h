@@ -51,6 +51,7 @@ class Arguments {
 
   const HostArgumentBlock* block();
   HostString& string(std::size_t position) { return items_[position]->string; }
+  double& number_at(std::size_t position) { return items_[position]->number; }
   // What the output variable at that position holds: its characters up to its length.
   std::string_view output_text(std::size_t position) const;
 

@@ -51,8 +51,10 @@ class PoolService {
   PoolCounters counters() const;
   std::vector<PoolDescription> describe() const;  // the living pools, oldest first
 
+  // Releases a pool and all its blocks: what HostPool's own operation does.
+  int destroy(Pool* pool);
+
  private:
-  friend class Pool;
   void retire(Pool* pool);
 
   Pool* newest_ = nullptr;         // living pools, linked
