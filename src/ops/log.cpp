@@ -96,7 +96,7 @@ constexpr Attribute kAttributes[] = {
     {"IN_CURRENT_BRANCH", write_text<&CommitGraphNode::inCurrentBranch>},
 };
 
-// Trailing blanks of a name are insignificant, so that names compare by length and bytes.
+// Without the trailing blanks, which are insignificant, names differ by their length already.
 std::string_view without_trailing_blanks(std::string_view name) {
   return name.substr(0, name.find_last_not_of(' ') + 1);
 }
@@ -106,9 +106,9 @@ void read_attribute(const CommitGraphNode* node, char* attribute_name, HostPool*
                     HostString* variable) {
   toUpperCase(attribute_name);
   blank_fill(variable);
-  const std::string_view name = without_trailing_blanks(attribute_name);
+  const std::string_view wanted = without_trailing_blanks(attribute_name);
   for (const Attribute& attribute : kAttributes) {
-    if (attribute.name != name) continue;
+    if (attribute.name != wanted) continue;
     attribute.write(node, pool, variable);
     break;
   }
@@ -116,9 +116,9 @@ void read_attribute(const CommitGraphNode* node, char* attribute_name, HostPool*
 }
 
 // The repository's log, made the working one; null when there is none.
-RepoLog* select_log(const char* path) {
-  if (!workingRepoLogObject || !is_same_key(workingRepoLogObject->path, path)) {
-    workingRepoLogObject = findRepoLogObject(path);
+RepoLog* select_log(const PoolText& path) {
+  if (!workingRepoLogObject || !is_log_of(workingRepoLogObject, {path.text, path.length})) {
+    workingRepoLogObject = findRepoLogObject(path.text);
   }
   return workingRepoLogObject;
 }
@@ -142,10 +142,11 @@ int get_commit_log(const HostArgumentBlock* arguments, double* result) {
 
 int get_commit_attribute(const HostArgumentBlock* arguments, double*) {
   const std::int32_t number = number_argument(arguments, 0);
+  prefetch_log_entry(number);
   HostPool* pool = create_pool(kGetCommitAttributePool);
   PoolText path(pool, text_argument(arguments, 1));
   PoolText attribute(pool, text_argument(arguments, 2));
-  RepoLog* log = select_log(path.text);
+  RepoLog* log = select_log(path);
   if (!log) {
     // Kept as it is: the pool then holds two blocks, so that a host cannot recycle it. Callers that
     // read without a log in a loop pay with a pool for each call.

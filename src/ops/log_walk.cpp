@@ -1,12 +1,14 @@
-// One walk in topological order, children before parents, finds all that a log holds. A commit that
-// is named as a parent before the walk reaches it gets its node at once and waits in a table keyed
-// by its id; so children and the mark of the current branch are passed on from child to parent,
-// without a question about ancestry.
+// One walk in topological order, children before parents, finds all that a log holds. What a commit
+// learns from its children (their links, and whether it lies on the current branch) waits in a
+// table keyed by the commit's id until the walk reaches it; so there is no question about ancestry,
+// and a node is made in one piece when all that belongs to it is known.
 #include "ops/log_walk.h"
 
-#include <bit>
+#include <algorithm>
 #include <cstring>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "store/log_objects.h"
 #include "store/packed_memory.h"
@@ -19,10 +21,7 @@ constexpr unsigned kChildrenFirstNewestFirst = GIT_SORT_TOPOLOGICAL | GIT_SORT_T
 static_assert(kChildrenFirstNewestFirst == 3);
 constexpr const char* kPushedGlobs[] = {"refs/remotes", "refs/heads", "refs/tags"};
 constexpr char kStashReference[] = "refs/stash";
-constexpr char kTrue[] = "TRUE";
-constexpr char kFalse[] = "FALSE";
-constexpr std::size_t kIdLength = 40;
-constexpr std::int32_t kNoColumn = -1;
+constexpr std::size_t kIdSize = 41;  // 40 hexadecimal characters and a NUL
 constexpr std::int32_t kFirstColumn = 1;
 
 // What the walk calls for each commit is found once, before it starts: a lookup by name costs about
@@ -81,71 +80,62 @@ struct IdHash {  // an id is a hash already
   }
 };
 
-// A node together with its id and with room for the only child that most commits have.
-struct PackedNode : CommitGraphNode {
-  CommitGraphNode* only_child;
-  char id_characters[kIdLength + 1];
+// A place among a child's parents that the node of a commit will take.
+struct ParentPlace {
+  CommitGraphNode* child;
+  std::uint32_t index;
+};
+
+// What is known of a commit before the walk reaches it.
+struct Expected {
+  std::vector<ParentPlace> places;  // in the order in which the walk met the children
+  std::int32_t branch_state = kBranchUnknown;
 };
 
 // What a walk works with.
 struct LogWalk {
   const WalkFunctions& git2;
   MarkedCommits marked;
-  HostPool* pool;
-  PackedMemory memory{pool};
-  // Named as a parent and not yet reached.
-  std::unordered_map<git_oid, PackedNode*, IdHash, SameId> pending;
+  PackedMemory memory;
+  std::unordered_map<git_oid, Expected, IdHash, SameId> pending;
 };
 
-PackedNode* new_node(LogWalk& walk, const git_oid& oid) {
-  auto* node = static_cast<PackedNode*>(walk.memory.take(sizeof(PackedNode)));
+Expected take_expected(LogWalk& walk, const git_oid& oid) {
+  const auto waiting = walk.pending.find(oid);
+  if (waiting == walk.pending.end()) return {};
+  Expected expected = std::move(waiting->second);
+  walk.pending.erase(waiting);
+  return expected;
+}
+
+const char* flag(bool is_set) { return is_set ? "TRUE" : "FALSE"; }
+
+// A node in one piece of memory with its id, its children, room for its parents, and behind all
+// that `text_size` bytes for its texts, which start at `*texts`.
+CommitGraphNode* new_node(LogWalk& walk, const git_oid& oid, const Expected& expected,
+                          std::uint32_t parent_count, std::size_t text_size, char** texts) {
+  const std::size_t children = expected.places.size();
+  const std::size_t links = (parent_count + children) * sizeof(CommitGraphNode*);
+  void* memory = walk.memory.take(sizeof(CommitGraphNode) + links + kIdSize + text_size);
+  auto* node = static_cast<CommitGraphNode*>(memory);
   *node = {};
-  walk.git2.git_oid_fmt(node->id_characters, &oid);
-  node->id = node->id_characters;
-  node->inCurrentBranchState = kBranchUnknown;
-  return node;
-}
-
-PackedNode* take_node(LogWalk& walk, const git_oid& oid) {
-  if (const auto waiting = walk.pending.find(oid); waiting != walk.pending.end()) {
-    PackedNode* node = waiting->second;
-    walk.pending.erase(waiting);
-    return node;
+  node->inCurrentBranchState = expected.branch_state;
+  node->inCurrentBranch = flag(expected.branch_state == kInCurrentBranch);
+  node->parentCount = parent_count;
+  node->childCount = static_cast<std::uint32_t>(children);
+  node->parents = reinterpret_cast<CommitGraphNode**>(node + 1);
+  node->children = node->parents + parent_count;
+  for (std::size_t i = 0; i < children; ++i) {
+    const ParentPlace& place = expected.places[i];
+    node->children[i] = place.child;
+    place.child->parents[place.index] = node;
   }
-  PackedNode* node = new_node(walk, oid);
-  node->graphColumn = kNoColumn;
+  auto* id = reinterpret_cast<char*>(node->children + children);
+  walk.git2.git_oid_fmt(id, &oid);
+  id[kIdSize - 1] = '\0';
+  node->id = id;
+  *texts = id + kIdSize;
   return node;
-}
-
-void add_child(LogWalk& walk, PackedNode* parent, CommitGraphNode* child) {
-  const std::uint32_t count = parent->childCount++;
-  const std::size_t doubled = 2 * std::size_t{count} * sizeof(CommitGraphNode*);
-  if (count == 0) {
-    parent->children = &parent->only_child;
-  } else if (count == 1) {
-    parent->children = static_cast<CommitGraphNode**>(walk.pool->allocate(walk.pool, doubled, 0));
-    parent->children[0] = parent->only_child;
-  } else if (std::has_single_bit(count)) {
-    parent->children = static_cast<CommitGraphNode**>(
-        walk.pool->reallocate(walk.pool, parent->children, doubled, 0));
-  }
-  parent->children[count] = child;
-}
-
-void pass_branch_on(const CommitGraphNode* child, CommitGraphNode* parent) {
-  const bool is_new_to_branch = child->inCurrentBranchState == kInCurrentBranch &&
-                                parent->inCurrentBranchState != kInCurrentBranch;
-  if (!is_new_to_branch && parent->inCurrentBranchState != kBranchUnknown) return;
-  parent->inCurrentBranchState = child->inCurrentBranchState;
-  parent->inCurrentBranch = child->inCurrentBranch;
-}
-
-void mark(CommitGraphNode* node, const git_oid& oid, const MarkedCommits& marked) {
-  node->stash = SameId{}(oid, marked.stash) ? kTrue : kFalse;
-  const bool is_head = SameId{}(oid, marked.head);
-  if (node->inCurrentBranchState != kBranchUnknown && !is_head) return;  // a child decided
-  node->inCurrentBranchState = is_head ? kInCurrentBranch : kNotInCurrentBranch;
-  node->inCurrentBranch = is_head ? kTrue : kFalse;
 }
 
 // A text with its NUL, on its way from libgit2 into a log.
@@ -159,55 +149,84 @@ struct Text {
   std::size_t size;
 };
 
-const char* put(const Text& text, char** next) {
-  char* copy = *next;
-  std::memcpy(copy, text.characters, text.size);
-  *next += text.size;
-  return copy;
+// The texts of a commit. A committer who is the author shares the author's.
+struct CommitTexts {
+  CommitTexts(const WalkFunctions& git2, const git_commit* commit)
+      : CommitTexts(git2.git_commit_message(commit), *git2.git_commit_author(commit),
+                    *git2.git_commit_committer(commit)) {}
+  CommitTexts(const char* text, const git_signature& by, const git_signature& committed_by)
+      : message(text),
+        author(by.name),
+        author_email(by.email),
+        committer(committed_by.name),
+        committer_email(committed_by.email) {}
+
+  std::size_t size() const {
+    return message.size + author.size + author_email.size + (is_same_name ? 0 : committer.size) +
+           (is_same_email ? 0 : committer_email.size);
+  }
+
+  void copy_to(char* next, CommitGraphNode* node) const {
+    const auto put = [&next](const Text& text) {
+      char* copy = next;
+      std::memcpy(copy, text.characters, text.size);
+      next += text.size;
+      return copy;
+    };
+    node->authorName = put(author);
+    node->authorEmail = put(author_email);
+    node->committerName = is_same_name ? node->authorName : put(committer);
+    node->committerEmail = is_same_email ? node->authorEmail : put(committer_email);
+    node->message = put(message);  // the longest comes last: the others lie close to the node
+  }
+
+  Text message;
+  Text author;
+  Text author_email;
+  Text committer;
+  Text committer_email;
+  bool is_same_name = author == committer;
+  bool is_same_email = author_email == committer_email;
+};
+
+// HEAD is on the current branch whatever its children are; a commit that no child told about is
+// not.
+std::int32_t branch_state(const git_oid& oid, const MarkedCommits& marked, std::int32_t inherited) {
+  if (SameId{}(oid, marked.head)) return kInCurrentBranch;
+  return inherited == kBranchUnknown ? kNotInCurrentBranch : inherited;
 }
 
-// Gives the node one piece of memory for its parents, which are not filled yet, and all its texts.
-// A committer who is the author shares the author's texts.
-void copy_content(LogWalk& walk, CommitGraphNode* node, const git_commit* commit) {
-  const git_signature* author = walk.git2.git_commit_author(commit);
-  const git_signature* committer = walk.git2.git_commit_committer(commit);
-  const Text message(walk.git2.git_commit_message(commit));
-  const Text author_name(author->name);
-  const Text author_email(author->email);
-  const Text committer_name(committer->name);
-  const Text committer_email(committer->email);
-  const bool is_same_name = author_name == committer_name;
-  const bool is_same_email = author_email == committer_email;
-  node->time = walk.git2.git_commit_time(commit);
-  node->parentCount = walk.git2.git_commit_parentcount(commit);
-  if (node->graphColumn == kNoColumn) node->graphColumn = kFirstColumn;
-
-  const std::size_t parents = node->parentCount * sizeof(CommitGraphNode*);
-  auto* next = static_cast<char*>(walk.memory.take(
-      parents + message.size + author_name.size + author_email.size +
-      (is_same_name ? 0 : committer_name.size) + (is_same_email ? 0 : committer_email.size)));
-  node->parents = reinterpret_cast<CommitGraphNode**>(next);
-  next += parents;
-  node->message = put(message, &next);
-  node->authorName = put(author_name, &next);
-  node->authorEmail = put(author_email, &next);
-  node->committerName = is_same_name ? node->authorName : put(committer_name, &next);
-  node->committerEmail = is_same_email ? node->authorEmail : put(committer_email, &next);
+// Once one child is on the current branch, the parent stays on it.
+void expect_parent(LogWalk& walk, const git_oid& parent, const ParentPlace& place) {
+  Expected& expected = walk.pending[parent];
+  expected.places.push_back(place);
+  expected.branch_state = std::max(expected.branch_state, place.child->inCurrentBranchState);
 }
 
 void add_commit(LogWalk& walk, const git_oid& oid, const git_commit* commit) {
-  PackedNode* node = take_node(walk, oid);
-  mark(node, oid, walk.marked);
-  copy_content(walk, node, commit);
+  Expected expected = take_expected(walk, oid);
+  expected.branch_state = branch_state(oid, walk.marked, expected.branch_state);
+  const CommitTexts content(walk.git2, commit);
+  char* texts = nullptr;
+  CommitGraphNode* node = new_node(walk, oid, expected, walk.git2.git_commit_parentcount(commit),
+                                   content.size(), &texts);
+  content.copy_to(texts, node);
+  node->stash = flag(SameId{}(oid, walk.marked.stash));
+  node->time = walk.git2.git_commit_time(commit);
+  node->graphColumn = kFirstColumn;
   for (std::uint32_t i = 0; i < node->parentCount; ++i) {
-    const git_oid& parent_id = *walk.git2.git_commit_parent_id(commit, i);
-    PackedNode*& parent = walk.pending[parent_id];
-    if (!parent) parent = new_node(walk, parent_id);
-    node->parents[i] = parent;
-    add_child(walk, parent, node);
-    pass_branch_on(node, parent);
+    expect_parent(walk, *walk.git2.git_commit_parent_id(commit, i), {node, i});
   }
   insertCommitGraphNodeAtTail(node);
+}
+
+// Commits that were named as parents and never reached (of a shallow clone, or lost) are known by
+// their ids. They have nodes for their children's sake, which are not in the list.
+void add_unreached(LogWalk& walk) {
+  for (const auto& [oid, expected] : walk.pending) {
+    char* texts = nullptr;
+    new_node(walk, oid, expected, 0, 0, &texts);
+  }
 }
 
 // A reference to a name that is not resolved yet has no target of its own: nothing is marked.
@@ -250,7 +269,7 @@ void walk_log(GitCall& call, git_repository* repo, const char* path) {
   if (!set_up_walk(call, git2, repo, revwalk.it, &marked)) return call.fail();
 
   replace_log(call.pool, path);
-  LogWalk walk{.git2 = git2, .marked = marked, .pool = call.pool};
+  LogWalk walk{.git2 = git2, .marked = marked, .memory = {call.pool}, .pending = {}};
   std::int32_t count = 0;
   for (git_oid oid; git2.git_revwalk_next(&oid, revwalk.it) == 0;) {
     git_commit* commit = nullptr;
@@ -262,6 +281,7 @@ void walk_log(GitCall& call, git_repository* repo, const char* path) {
     if (git2.git_commit_free) git2.git_commit_free(commit);
     ++count;
   }
+  add_unreached(walk);
   *call.result = count;
 }
 

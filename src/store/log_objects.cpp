@@ -16,6 +16,7 @@ constexpr int kPoolNotDestroyed = 1;
 
 // What the store keeps behind each record, so that reading costs the same at any length.
 struct StoredRepoLog : RepoLog {
+  std::size_t path_length;
   ListIndex<CommitGraphNode> index;
 };
 
@@ -24,11 +25,13 @@ StoredRepoLog* stored(RepoLog* log) { return static_cast<StoredRepoLog*>(log); }
 }  // namespace
 
 RepoLog* createNewRepoLogObject(HostPool* pool, const char* path) {
-  char* path_copy = copy_text(pool, path, wzstlen(path));
+  const std::size_t path_length = wzstlen(path);
+  char* path_copy = copy_text(pool, path, path_length);
   auto* log = static_cast<StoredRepoLog*>(pool->allocate(pool, sizeof(StoredRepoLog), 0));
   *log = {};
   log->path = path_copy;
   log->pool = pool;
+  log->path_length = path_length;
   return log;
 }
 
@@ -94,8 +97,17 @@ CommitGraphNode* findCommitGraphNode(const char* id) {
   return nullptr;
 }
 
+bool is_log_of(RepoLog* log, std::string_view path) {
+  return is_same_key({log->path, stored(log)->path_length}, path);
+}
+
 CommitGraphNode* log_entry(RepoLog* log, std::int64_t number) {
   return stored(log)->index.at(number, log->first, log->pool);
+}
+
+void prefetch_log_entry(std::int64_t number) {
+  constexpr std::size_t node_and_texts = 512;
+  if (workingRepoLogObject) stored(workingRepoLogObject)->index.prefetch(number, node_and_texts);
 }
 
 }  // namespace uwugit

@@ -3,6 +3,8 @@
 // that pool.
 #pragma once
 
+#include <string_view>
+
 #include "uwugit/records.h"
 
 namespace uwugit {
@@ -32,7 +34,13 @@ void insertCommitGraphNodeAtHead(CommitGraphNode* node);
 void insertCommitGraphNodeAtTail(CommitGraphNode* node);
 CommitGraphNode* findCommitGraphNode(const char* id);  // by a walk; null when there is none
 
+// Whether the object is that of a path, as findRepoLogObject compares.
+bool is_log_of(RepoLog* log, std::string_view path);
+
 // The node with that number, counted from 1, or null. Costs the same for every number.
 CommitGraphNode* log_entry(RepoLog* log, std::int64_t number);
+
+// Starts fetching that node of workingRepoLogObject, if it is set, from memory.
+void prefetch_log_entry(std::int64_t number);
 
 }  // namespace uwugit

@@ -16,14 +16,15 @@ struct PackedMemory {
   std::size_t block = 1u << 10;  // size of the next block
 
   static constexpr std::size_t kLargestBlock = 64u << 10;
+  static constexpr std::size_t kLargestRecord = kLargestBlock / 8;  // the rest get their own block
 
   // Uninitialised, aligned for pointers, never null, released with the pool only.
   void* take(std::size_t bytes) {
     const std::size_t whole = (bytes + alignof(void*) - 1) & ~(alignof(void*) - 1);
     if (whole > room) {
-      if (whole > block / 2) return pool->allocate(pool, whole, 0);
-      next = static_cast<char*>(pool->allocate(pool, block, 0));
-      room = block;
+      if (whole > kLargestRecord) return pool->allocate(pool, whole, 0);
+      room = std::max(block, whole);
+      next = static_cast<char*>(pool->allocate(pool, room, 0));
       block = std::min(block * 2, kLargestBlock);
     }
     char* taken = next;
