@@ -24,8 +24,9 @@ constexpr char kStashReference[] = "refs/stash";
 constexpr std::size_t kIdSize = 41;  // 40 hexadecimal characters and a NUL
 constexpr std::int32_t kFirstColumn = 1;
 
-// What the walk calls for each commit is found once, before it starts: a lookup by name costs about
-// as much as the rest of a commit. A library that lacks one of these cannot set up a walk.
+// All that a walk calls, found once before it starts: the lookups by name for one commit would cost
+// more than all else that is done for it here. With a library that lacks one of these the walk
+// cannot be set up.
 #define FOR_EACH_WALK_FUNCTION(X) \
   X(git_revwalk_new)              \
   X(git_revwalk_sorting)          \
