@@ -266,7 +266,9 @@ TEST_F(Log, PassesOverACommitThatCannotBeLookedUp) {
   EXPECT_EQ(attribute(2, "CHILDREN_IDS") + attribute(2, "IN_CURRENT_BRANCH"), "FALSE");
   logged();
 
-  // What libgit2 does with a history that is cut off differs by version; it is never an error.
+  // What libgit2 does with a history that is cut off differs by version; it is never an error. (1.5
+  // loses the list that it was making.)
+  const LeaksOnPurpose leaks;
   const fs::path shallow = sandbox_.root() / "shallow";
   git(repo_, {"clone", "--quiet", "--depth=2", "file://" + repo_.string(), shallow.string()});
   EXPECT_LE(std::abs(call("get_commit_log", shallow).result.code - 1), 1) << "0 to 2 commits";
