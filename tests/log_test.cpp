@@ -93,6 +93,7 @@ TEST_F(Log, TellsWhatGitTells) {
   git(repo_, {"switch", "--quiet", "--detach", "left"});
   commit_at(45);  // older than its parent
   git(repo_, {"tag", "--annotate", "--message", "t", "annotated"});
+  git(repo_, {"switch", "--quiet", "--detach", "left"});
   commit_at(300);
   git(repo_, {"update-ref", "refs/remotes/origin/topic", "HEAD"});
   git(repo_, {"switch", "--quiet", "main"});
