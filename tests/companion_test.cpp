@@ -128,7 +128,7 @@ TEST_F(Companion, SetsEveryOptionBack) {
   opts(GIT_OPT_SET_OWNER_VALIDATION, 0);
   opts(GIT_OPT_ENABLE_STRICT_OBJECT_CREATION, 0);
   opts(GIT_OPT_SET_SEARCH_PATH, GIT_CONFIG_LEVEL_GLOBAL, "/elsewhere");
-  opts(GIT_OPT_SET_USER_AGENT, "another agent");
+  EXPECT_LT(opts(GIT_OPT_SET_USER_AGENT, "an agent that libgit2 frees and goes on using"), 0);
   EXPECT_NE(numbers(), before);
   EXPECT_TRUE(can_point_into_nothing());
   shutdown();
@@ -137,10 +137,6 @@ TEST_F(Companion, SetsEveryOptionBack) {
   EXPECT_EQ(numbers(), before);
   EXPECT_EQ(search_path(GIT_CONFIG_LEVEL_GLOBAL), path_before);
   EXPECT_FALSE(can_point_into_nothing());
-  git_buf agent = {nullptr, 0, 0};
-  opts(GIT_OPT_GET_USER_AGENT, &agent);
-  EXPECT_STRNE(agent.ptr, "another agent");
-  COMPANION(git_buf_dispose)(&agent);
   shutdown();
 }
 
