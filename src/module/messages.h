@@ -24,6 +24,9 @@ inline constexpr char kNoErrorInfo[] = "%1zNo detailed error info available.";
 // git_version
 inline constexpr char kVersion[] = "%3zLibgit2 version %d.%d.%d";
 
+// Opening a repository
+inline constexpr char kUnableToOpen[] = "%1zUnable to open local repository '%s'.";
+
 // Status
 inline constexpr char kStagedNew[] = "%3zEntry: %s. Staged: True. Status: New.";
 inline constexpr char kStagedModified[] = "%3zEntry: %s. Staged: True. Status: Modified.";
