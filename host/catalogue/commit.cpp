@@ -32,14 +32,13 @@ constexpr Function kFunctions[] = {
         .registered_name = "",
         .summary = "Records what is staged as a commit and moves a reference to it.",
         .details =
-            "The return code is 0 even when the creation itself failed, without a message: the "
-            "reference was locked or its name is not a full one, or a second parent was given "
-            "where "
-            "the reference has no target (the commit is then made without any parent). Compare the "
-            "id of the reference before and after. A second parent must be given by its whole id: "
-            "a prefix is read, but finds no commit. A reference that does not exist makes a "
-            "commit without parents. An index without changes makes a commit without changes, and "
-            "an empty one an empty tree. After a merge the state that git keeps of it stays.",
+            "The return code is 0 even when the creation itself failed, as it does for a locked "
+            "reference or a name that is not a full one, and no message tells of it: compare the "
+            "id of the reference before and after. A reference that does not exist makes a commit "
+            "without parents, also when a second parent was given. A second parent must be given "
+            "by its whole id: a prefix is read, but finds no commit. An index without changes "
+            "makes a commit without changes, and an empty one an empty tree. The state that git "
+            "keeps of a merge in progress stays.",
         .parameters = kCommitParameters,
         .results = kCommitResults,
         .example = "git.do_commit(\"/home/me/project\", \"HEAD\", \"Me\", \"me@example.org\", "

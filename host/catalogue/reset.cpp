@@ -56,7 +56,7 @@ constexpr Function kFunctions[] = {
         .details =
             "Local changes of the file are lost, and a file that HEAD does not have is deleted, "
             "also when it was never staged. The file is one of libgit2's patterns: \"*\", \"?\" "
-            "and \"[...]\" stand for other characters (\"\\\\[\" is the character itself) and a "
+            "and \"[...]\" stand for other characters unless a backslash is before them, and a "
             "folder stands for all files in it. A path that matches nothing is a success. With an "
             "index locked by another process the file is reset although the answer is -1. To "
             "unstage a file and keep its content, use remove_files_from_index.",

@@ -56,9 +56,9 @@ constexpr Function kFunctions[] = {
         .details =
             "What is staged of each file becomes what HEAD has. In a repository without commits "
             "the file leaves the index. Once there is a commit, a file is one of libgit2's "
-            "patterns: \"*\", \"?\" and \"[...]\" stand for other characters (\"\\\\[\" is the "
-            "character itself), a folder stands for all files in it and an empty text for every "
-            "file. A file that is not staged is passed over.",
+            "patterns: \"*\", \"?\" and \"[...]\" stand for other characters unless a backslash is "
+            "before them, a folder stands for all files in it and an empty text for every file. A "
+            "file that is not staged is passed over.",
         .parameters = kRemoveParameters,
         .results = kRemoveResults,
         .example = "git.remove_files_from_index(\"/home/me/project\", \"new.txt\", \"old.txt\")",
