@@ -19,6 +19,11 @@ UWUGIT_EXPORT HostFunction git_version;
 UWUGIT_EXPORT HostFunction get_status;
 UWUGIT_EXPORT HostFunction get_status_attribute;
 UWUGIT_EXPORT HostFunction free_status_objects;
+UWUGIT_EXPORT HostFunction add_files_to_index;
+UWUGIT_EXPORT HostFunction remove_files_from_index;
+UWUGIT_EXPORT HostFunction do_commit;
+UWUGIT_EXPORT HostFunction reset_to_commit;
+UWUGIT_EXPORT HostFunction reset_file_in_index;
 UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
 UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
 
