@@ -45,7 +45,7 @@ bool Region::map(std::size_t least) {
   if (!memory && size > needed) memory = reserve(size = needed);
   if (!memory) return false;
   if (size >= kHugePage) {
-    madvise(memory, size, density_ == Density::kDense ? MADV_HUGEPAGE : MADV_NOHUGEPAGE);
+    if (density_ == Density::kSparse) madvise(memory, size, MADV_NOHUGEPAGE);
   }
   mappings_.push_back({memory, size});
   reserved_ += size;

@@ -11,7 +11,7 @@ namespace uwugit::host {
 // of this size is aligned.
 inline constexpr std::size_t kHeaderSize = 8;
 
-// Whether a region is filled densely (huge pages pay) or is left mostly untouched.
+// Whether a region is filled densely or is left mostly untouched.
 enum class Density { kDense, kSparse };
 
 // Hands out memory from the front of a region. Not for single blocks: see Pool.

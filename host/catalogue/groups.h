@@ -11,6 +11,7 @@ inline constexpr Parameter kRepository = {"repository", Kind::kText,
 std::span<const Function> commit_functions();
 std::span<const Function> reset_functions();
 std::span<const Function> staging_functions();
+std::span<const Function> log_functions();
 std::span<const Function> status_functions();
 std::span<const Function> transfer_functions();
 std::span<const Function> version_functions();

@@ -24,6 +24,9 @@ UWUGIT_EXPORT HostFunction remove_files_from_index;
 UWUGIT_EXPORT HostFunction do_commit;
 UWUGIT_EXPORT HostFunction reset_to_commit;
 UWUGIT_EXPORT HostFunction reset_file_in_index;
+UWUGIT_EXPORT HostFunction get_commit_log;
+UWUGIT_EXPORT HostFunction get_commit_attribute;
+UWUGIT_EXPORT HostFunction free_commit_objects;
 UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
 UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
 

@@ -34,4 +34,59 @@ static_assert(offsetof(RepoStatus, entries) == 16);
 static_assert(offsetof(RepoStatus, next) == 24);
 static_assert(offsetof(RepoStatus, prev) == 32);
 
+// One commit of a log. The texts are NUL-terminated.
+struct CommitGraphNode {
+  const char* id;  // 40 lower-case hexadecimal characters
+  const char* message;
+  const char* authorName;
+  const char* authorEmail;
+  const char* committerName;
+  const char* committerEmail;
+  const char* stash;            // "TRUE" for the commit of the latest stash
+  const char* inCurrentBranch;  // "TRUE" for HEAD and its ancestors
+  std::int32_t inCurrentBranchState;
+  std::int64_t time;         // of the committer, in seconds since 1970
+  std::int32_t graphColumn;  // kept for a drawing of the history; nothing reads it
+  CommitGraphNode** parents;
+  CommitGraphNode** children;  // the walked commits that name this one as a parent
+  std::uint32_t parentCount;
+  std::uint32_t childCount;
+  CommitGraphNode* next;
+  CommitGraphNode* prev;
+};
+static_assert(offsetof(CommitGraphNode, message) == 8);
+static_assert(offsetof(CommitGraphNode, authorName) == 16);
+static_assert(offsetof(CommitGraphNode, authorEmail) == 24);
+static_assert(offsetof(CommitGraphNode, committerName) == 32);
+static_assert(offsetof(CommitGraphNode, committerEmail) == 40);
+static_assert(offsetof(CommitGraphNode, stash) == 48);
+static_assert(offsetof(CommitGraphNode, inCurrentBranch) == 56);
+static_assert(offsetof(CommitGraphNode, inCurrentBranchState) == 64);
+static_assert(offsetof(CommitGraphNode, time) == 72);
+static_assert(offsetof(CommitGraphNode, graphColumn) == 80);
+static_assert(offsetof(CommitGraphNode, parents) == 88);
+static_assert(offsetof(CommitGraphNode, children) == 96);
+static_assert(offsetof(CommitGraphNode, parentCount) == 104);
+static_assert(offsetof(CommitGraphNode, childCount) == 108);
+static_assert(offsetof(CommitGraphNode, next) == 112);
+static_assert(offsetof(CommitGraphNode, prev) == 120);
+inline constexpr std::int32_t kBranchUnknown = -1;
+inline constexpr std::int32_t kNotInCurrentBranch = 0;
+inline constexpr std::int32_t kInCurrentBranch = 1;
+
+// The log of one repository.
+struct RepoLog {
+  char* path;      // of the repository, as the caller wrote it
+  HostPool* pool;  // of the call that built the log, which the log owns from then on
+  CommitGraphNode* first;
+  CommitGraphNode* last;
+  RepoLog* next;
+  RepoLog* prev;
+};
+static_assert(offsetof(RepoLog, pool) == 8);
+static_assert(offsetof(RepoLog, first) == 16);
+static_assert(offsetof(RepoLog, last) == 24);
+static_assert(offsetof(RepoLog, next) == 32);
+static_assert(offsetof(RepoLog, prev) == 40);
+
 }  // namespace uwugit

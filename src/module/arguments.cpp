@@ -48,7 +48,9 @@ PoolText::PoolText(HostPool* from, HostText original)
       length(original.is_present() ? static_cast<std::size_t>(original.length) : 0),
       text(copy_text(from, original.characters, length)) {}
 
-PoolText::~PoolText() { pool->free_block(pool, text); }
+PoolText::~PoolText() {
+  if (text) pool->free_block(pool, text);
+}
 
 void blank_fill(HostString* variable) {
   if (variable->capacity > 0) {

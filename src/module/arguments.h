@@ -32,6 +32,8 @@ struct PoolText {
   PoolText(const PoolText&) = delete;
   PoolText& operator=(const PoolText&) = delete;
 
+  void leave_in_pool() { text = nullptr; }  // the copy is not given back
+
   HostPool* pool;
   std::size_t length;
   char* text;

@@ -50,6 +50,15 @@ inline constexpr char kResetToCommit[] = "%3z%s reset to commit:%s successful.";
 inline constexpr char kFileRequired[] = "%1zA file path is required.";
 inline constexpr char kFileReset[] = "%3z%s reset successfully.";
 
+// Log
+inline constexpr char kLogOpenFailed[] =
+    "%1zAn error occurred while opening local repository '%s'.";
+inline constexpr char kNoCommitObjects[] =
+    "%1zCould not find any commit objects. Run GITFN_COMMIT_LOG on your repo prior to obtaining "
+    "commit objects.";
+inline constexpr char kLogNotFreed[] = "%1zAn error occurred while trying to free commit objects";
+inline constexpr char kLogFreed[] = "%3z%s commit objects freed successfully.";
+
 // Transfer
 inline constexpr char kTransferNotBuilt[] =
     "%1zThis build of the module cannot transfer to or from a remote repository.";
