@@ -12,7 +12,6 @@ std::span<const Function> catalogue() {
     std::vector<Function> functions;
     for (const auto list : {
              version_functions,
-             version_functions,
              status_functions,
              staging_functions,
              commit_functions,
