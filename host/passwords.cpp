@@ -82,6 +82,7 @@ std::string to_base64(const Bytes& bytes) {
 }
 
 std::optional<Bytes> from_base64(std::string_view text) {
+  if (text.empty()) return std::nullopt;
   Bytes bytes(text.size());
   std::size_t length = 0;
   const char* end = nullptr;

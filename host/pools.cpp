@@ -19,7 +19,7 @@ namespace uwugit::host {
 namespace {
 
 constexpr std::size_t kAlignment = 16;
-constexpr std::size_t kHeader = 8;
+constexpr std::size_t kHeader = kHeaderSize;
 constexpr std::size_t kLargeBlock = 128u << 10;
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kInitialSpace = 4096 - kHeader;
@@ -115,10 +115,10 @@ UWUGIT_UNCHECKED void store_link(std::byte* start, std::byte* next) {
   *reinterpret_cast<std::byte**>(start + kHeader) = next;
 }
 
-// Fresh memory gives bugs a chance where people look for them.
+// Fresh memory gives bugs a chance where people look for them. Large blocks stay uncommitted.
 void fill_for_debugging([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes) {
 #ifndef NDEBUG
-  std::memset(block, 0xA5, std::min(bytes, kLargeBlock));
+  if (bytes < kLargeBlock) std::memset(block, 0xA5, bytes);
 #endif
 }
 

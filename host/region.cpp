@@ -39,7 +39,7 @@ bool Region::map(std::size_t least) {
   const std::size_t largest = density_ == Density::kDense ? kLargestDense : kLargestSparse;
   const std::size_t wanted =
       mappings_.empty() ? kFirstMapping : std::min(largest, mappings_.back().size * 4);
-  const std::size_t needed = (least + kPage - 1) & ~(kPage - 1);
+  const std::size_t needed = (kHeaderSize + least + kPage - 1) & ~(kPage - 1);
   std::size_t size = std::max(needed, wanted);
   std::byte* memory = reserve(size);
   if (!memory && size > needed) memory = reserve(size = needed);
@@ -49,7 +49,7 @@ bool Region::map(std::size_t least) {
   }
   mappings_.push_back({memory, size});
   reserved_ += size;
-  cursor_ = memory;
+  cursor_ = memory + kHeaderSize;
   end_ = memory + size;
   UWUGIT_POISON(memory, size);
   return true;

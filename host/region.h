@@ -7,6 +7,10 @@
 
 namespace uwugit::host {
 
+// What is taken begins this many bytes behind an address aligned to 16, so that what follows a header
+// of this size is aligned.
+inline constexpr std::size_t kHeaderSize = 8;
+
 // Whether a region is filled densely or is left mostly untouched.
 enum class Density { kDense, kSparse };
 
@@ -18,7 +22,7 @@ class Region {
   Region(const Region&) = delete;
   Region& operator=(const Region&) = delete;
 
-  // Memory that the region does not own, to be used up first.
+  // Memory that the region does not own, to be used up first. `begin` is such an address.
   void start_with(std::byte* begin, std::byte* end);
 
   // The next `bytes` (a multiple of 16); null when the system has no more.

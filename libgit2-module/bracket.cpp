@@ -133,6 +133,8 @@ EXPORT int git_libgit2_init() { return libgit2().open_bracket(); }
 EXPORT int git_libgit2_shutdown() { return libgit2().close_bracket(); }
 
 EXPORT int git_libgit2_opts(int option, ...) {
+  constexpr int refused = -1;
+  if (is_refused_option(option)) return refused;
   va_list arguments;
   va_start(arguments, option);
   const int code = forward_option(option, arguments);

@@ -75,6 +75,10 @@ int forward_option(int option, va_list arguments) {
   return real_opts()(option, first, second, third);
 }
 
+bool is_refused_option(int option) {
+  return option == GIT_OPT_SET_USER_AGENT || option == GIT_OPT_SET_SSL_CIPHERS;
+}
+
 bool is_changing_option(int option) {
   return std::find(std::begin(kReadingOptions), std::end(kReadingOptions), option) ==
          std::end(kReadingOptions);

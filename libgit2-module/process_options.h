@@ -8,11 +8,15 @@
 // Passes an option with its arguments on to libgit2.
 int forward_option(int option, va_list arguments);
 
+// Whether an option cannot be set: libgit2 frees its value when it shuts down, and goes on using it
+// when it comes up again.
+bool is_refused_option(int option);
+
 // Whether an option sets something. One that is not known here counts as setting.
 bool is_changing_option(int option);
 
 // Which options were set, and their values from before. libgit2's own shutdown resets some of them
-// (search paths, certificate locations, user agent); the others are plain variables of the library,
+// (search paths, certificate locations, extensions); the others are plain variables of the library,
 // and are set back here.
 class ProcessOptions {
  public:

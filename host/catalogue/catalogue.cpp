@@ -10,8 +10,16 @@ namespace uwugit::host {
 std::span<const Function> catalogue() {
   static const std::vector<Function> all = [] {
     std::vector<Function> functions;
-    for (const auto group :
-         {version_functions(), status_functions(), log_functions(), transfer_functions()}) {
+    for (const auto list : {
+             version_functions,
+             status_functions,
+             staging_functions,
+             commit_functions,
+             log_functions,
+             reset_functions,
+             transfer_functions,
+         }) {
+      const std::span<const Function> group = list();
       functions.insert(functions.end(), group.begin(), group.end());
     }
     return functions;

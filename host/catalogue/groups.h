@@ -8,6 +8,9 @@ namespace uwugit::host {
 inline constexpr Parameter kRepository = {"repository", Kind::kText,
                                           "path of the local repository"};
 
+std::span<const Function> commit_functions();
+std::span<const Function> reset_functions();
+std::span<const Function> staging_functions();
 std::span<const Function> log_functions();
 std::span<const Function> status_functions();
 std::span<const Function> transfer_functions();

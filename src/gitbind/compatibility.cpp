@@ -83,21 +83,17 @@ std::size_t callbacks_offset(GitModule* git, Transfer transfer, TransferOptions*
 }  // namespace
 
 bool is_supported_libgit2(GitModule* git) {
-  static GitModule* supported = nullptr;  // asked once a library, not once a call
-  if (git == supported) return true;
   Version found;
-  if (find_version(git, &found)) {
-    if (found.order() < kOldest || found.order() > kNewest) {
-      xpslog(message::kUnsupportedVersion, found.major, found.minor, found.revision);
-      return false;
-    }
-    auto* features = GIT_FUNCTION(git, git_libgit2_features);
-    if (features && (features() & kExperimentalSha256)) {
-      xpslog(message::kUnsupportedSha256, found.major, found.minor, found.revision);
-      return false;
-    }
+  if (!find_version(git, &found)) return true;
+  if (found.order() < kOldest || found.order() > kNewest) {
+    xpslog(message::kUnsupportedVersion, found.major, found.minor, found.revision);
+    return false;
   }
-  supported = git;
+  auto* features = GIT_FUNCTION(git, git_libgit2_features);
+  if (features && (features() & kExperimentalSha256)) {
+    xpslog(message::kUnsupportedSha256, found.major, found.minor, found.revision);
+    return false;
+  }
   return true;
 }
 

@@ -24,6 +24,9 @@ inline constexpr char kNoErrorInfo[] = "%1zNo detailed error info available.";
 // git_version
 inline constexpr char kVersion[] = "%3zLibgit2 version %d.%d.%d";
 
+// Opening a repository
+inline constexpr char kUnableToOpen[] = "%1zUnable to open local repository '%s'.";
+
 // Status
 inline constexpr char kStagedNew[] = "%3zEntry: %s. Staged: True. Status: New.";
 inline constexpr char kStagedModified[] = "%3zEntry: %s. Staged: True. Status: Modified.";
@@ -39,6 +42,13 @@ inline constexpr char kUnstagedConflicted[] = "%3zEntry: %s. Staged: False. Stat
 inline constexpr char kNoStatusObjects[] =
     "%1zCould not find any status objects. Run GITFN_STATUS on your repo prior to obtaining repo "
     "status objects.";
+
+// Reset
+inline constexpr char kInvalidResetMode[] =
+    "%1z%s is an invalid mode. SOFT, MIXED or HARD are valid modes.";
+inline constexpr char kResetToCommit[] = "%3z%s reset to commit:%s successful.";
+inline constexpr char kFileRequired[] = "%1zA file path is required.";
+inline constexpr char kFileReset[] = "%3z%s reset successfully.";
 
 // Log
 inline constexpr char kLogOpenFailed[] =
