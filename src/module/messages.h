@@ -40,6 +40,18 @@ inline constexpr char kNoStatusObjects[] =
     "%1zCould not find any status objects. Run GITFN_STATUS on your repo prior to obtaining repo "
     "status objects.";
 
+// Opening a repository
+inline constexpr char kUnableToOpen[] = "%1zUnable to open local repository '%s'.";
+
+// Merge
+inline constexpr char kUpToDate[] = "%3zRepository is already up-to-date.";
+inline constexpr char kUnbornHead[] =
+    "%3zThe HEAD of the current repository is \"unborn\" and does not point to a valid commit.";
+inline constexpr char kConflict[] = "%3zConflict in file: %s";
+inline constexpr char kFastforwarded[] = "%3zHead has successfully been fastforwarded.";
+inline constexpr char kMerged[] = "%3zMerge '%s' into current branch '%s' successful.";
+inline constexpr char kMergeCommitText[] = "Merge '%s' into branch %s";  // not for the log
+
 // Transfer
 inline constexpr char kTransferNotBuilt[] =
     "%1zThis build of the module cannot transfer to or from a remote repository.";
