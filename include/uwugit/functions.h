@@ -19,6 +19,16 @@ UWUGIT_EXPORT HostFunction git_version;
 UWUGIT_EXPORT HostFunction get_status;
 UWUGIT_EXPORT HostFunction get_status_attribute;
 UWUGIT_EXPORT HostFunction free_status_objects;
+UWUGIT_EXPORT HostFunction create_branch;
+UWUGIT_EXPORT HostFunction delete_branch;
+UWUGIT_EXPORT HostFunction checkout_branch;
+UWUGIT_EXPORT HostFunction merge_branch;
+UWUGIT_EXPORT HostFunction stash;
+UWUGIT_EXPORT HostFunction stash_pop;
+UWUGIT_EXPORT HostFunction stash_apply;
+UWUGIT_EXPORT HostFunction stash_drop;
+UWUGIT_EXPORT HostFunction rebase;
+UWUGIT_EXPORT HostFunction rebase_operation;
 UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
 UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
 

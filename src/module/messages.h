@@ -24,6 +24,9 @@ inline constexpr char kNoErrorInfo[] = "%1zNo detailed error info available.";
 // git_version
 inline constexpr char kVersion[] = "%3zLibgit2 version %d.%d.%d";
 
+// Opening a repository
+inline constexpr char kUnableToOpen[] = "%1zUnable to open local repository '%s'.";
+
 // Status
 inline constexpr char kStagedNew[] = "%3zEntry: %s. Staged: True. Status: New.";
 inline constexpr char kStagedModified[] = "%3zEntry: %s. Staged: True. Status: Modified.";
@@ -40,8 +43,12 @@ inline constexpr char kNoStatusObjects[] =
     "%1zCould not find any status objects. Run GITFN_STATUS on your repo prior to obtaining repo "
     "status objects.";
 
-// Opening a repository
-inline constexpr char kUnableToOpen[] = "%1zUnable to open local repository '%s'.";
+// Branches
+inline constexpr char kNoStartPoint[] =
+    "%1zUnable to create branch '%s'. A valid commit id or reference name is required.";
+inline constexpr char kBranchCreated[] = "%3zBranch \"%s\" successfully created.";
+inline constexpr char kBranchDeleted[] = "%3zBranch \"%s\" successfully deleted.";
+inline constexpr char kBranchCheckedOut[] = "%3zBranch \"%s\" successfully checked out.";
 
 // Merge
 inline constexpr char kUpToDate[] = "%3zRepository is already up-to-date.";
@@ -51,6 +58,25 @@ inline constexpr char kConflict[] = "%3zConflict in file: %s";
 inline constexpr char kFastforwarded[] = "%3zHead has successfully been fastforwarded.";
 inline constexpr char kMerged[] = "%3zMerge '%s' into current branch '%s' successful.";
 inline constexpr char kMergeCommitText[] = "Merge '%s' into branch %s";  // not for the log
+
+// Stash
+inline constexpr char kStashed[] = "%3z%s stash successful.";
+inline constexpr char kStashPopped[] = "%3z%s stash successfully popped.";
+inline constexpr char kStashApplied[] = "%3z%s stash successfully applied.";
+inline constexpr char kStashDropped[] = "%3z%s stash successfully dropped.";
+
+// Rebase. The misspelt word is one that programs look for in the log: it stays.
+inline constexpr char kRebaseError[] =
+    "%1zAn error occured while rebasing. Abort the rebase and try again.";
+inline constexpr char kRebaseConflict[] =
+    "%1zAn error occured while rebasing commit [%s]. Check for conflicts.";
+inline constexpr char kRebaseAdvice[] =
+    "%1zYour options are to abort the rebase or skip this commit and finish the rebase.";
+inline constexpr char kInvalidRebaseOperation[] =
+    "%1z%s is an invalid operation. SKIP, CONTINUE, FINISH or ABORT are valid operations.";
+inline constexpr char kRebased[] = "%3zRebase successful.";
+inline constexpr char kRebaseFinished[] = "%3zRebase finished.";
+inline constexpr char kRebaseAborted[] = "%3zRebase aborted.";
 
 // Transfer
 inline constexpr char kTransferNotBuilt[] =

@@ -1,13 +1,33 @@
+// Merging a branch into the one that HEAD is on.
+//
+// merge_branch(repository, branch, name, email [, kind]) -> 0
+//     Merges the local branch, or with kind 1 the remote-tracking one ("origin/topic"), and commits
+//     the merge with that name and e-mail. 1: there is nothing to merge. -1: the repository or the
+//     branch is not usable, or the merge could not be committed. -2: the merge left conflicts, one
+//     note each. -3: libgit2 could not merge, for example over local changes. Unchanged: HEAD was
+//     fast-forwarded, or an early step failed with an error in the log.
+//
+// Example: merge_branch("/home/me/project", "topic", "Me", "me@example.org");
+
 #include "ops/merge.h"
 
-#include "gitbind/compatibility.h"
-#include "gitbind/release.h"
+#include "gitbind/frame.h"
 #include "module/messages.h"
 #include "module/vector_stubs.h"
+#include "ops/branches.h"
 #include "support/strings.h"
+#include "uwugit/functions.h"
 
 namespace uwugit {
 namespace {
+
+constexpr FrameRules kMergeBranch = {.pool_name = "merge_branch_pool",
+                                     .is_result_preset = false,
+                                     .is_load_failure_reported = true,
+                                     .failure = kFailure};
+constexpr double kNothingToMerge = 1.0;
+constexpr double kConflicts = -2.0;
+constexpr double kMergeFailed = -3.0;
 
 constexpr int kDone = 0;
 constexpr int kFailed = -1;
@@ -47,6 +67,126 @@ char* merge_commit_text(HostPool* pool, const char* their_branch, const char* he
          head_branch);
   text[length] = '\0';
   return text;
+}
+
+// What is being merged: our side is HEAD.
+struct Merge {
+  git_repository* repo;
+  git_reference* head;
+  const char* head_branch;
+  git_annotated_commit* theirs;
+  const git_oid* their_id;
+  const char* their_branch;
+  HostText name;
+  HostText email;
+};
+
+int merge_trees(GitCall& call, const Merge& merge) {
+  git_merge_options options = GIT_MERGE_OPTIONS_INIT;
+  options.flags = GIT_MERGE_FIND_RENAMES;
+  options.file_flags = GIT_MERGE_FILE_STYLE_DIFF3;
+  git_checkout_options checkout = GIT_CHECKOUT_OPTIONS_INIT;
+  checkout.checkout_strategy = kCheckoutSafe | kCheckoutAllowConflicts;
+  checkout.ancestor_label = "Ancestor";
+  checkout.our_label = merge.head_branch;
+  checkout.their_label = merge.their_branch;
+  const git_annotated_commit* heads[] = {merge.theirs};
+  return attempt(GIT(call, git_merge), merge.repo, heads, 1, &options, &checkout);
+}
+
+// The second half of a merge without conflicts.
+void conclude_merge(GitCall& call, const Merge& merge, git_index* index, bool is_fastforward) {
+  if (is_fastforward) {
+    fastforward_head(call.git, merge.repo, merge.their_id);  // the result stays as it was
+    return;
+  }
+  const PoolText name(call.pool, merge.name);
+  const PoolText email(call.pool, merge.email);
+  const int rc = create_merge_commit(call.git, call.pool, merge.repo, index, merge.head,
+                                     merge.head_branch, merge.their_branch, name.text, email.text);
+  *call.result = rc >= 0 ? kSuccess : kFailure;
+}
+
+// False when the merge could not be tried, or its outcome not be read: its state then stays in the
+// repository.
+//
+// A branch that could be fast-forwarded is merged first all the same: it is the merge that brings
+// the working tree up to date, which the fast-forward alone would not.
+bool merge_and_conclude(GitCall& call, const Merge& merge, bool is_fastforward) {
+  if (merge_trees(call, merge) != 0) {
+    *call.result = kMergeFailed;
+    log_git_error(call.git);
+    return false;
+  }
+  Held<git_index> index(call.git, free_git_index);
+  auto* has_conflicts = GIT(call, git_index_has_conflicts);
+  if (attempt(GIT(call, git_repository_index), &index.it, merge.repo) < 0 || !has_conflicts) {
+    log_git_error(call.git);
+    return false;
+  }
+  if (has_conflicts(index.it) != 0) {
+    *call.result = kConflicts;
+    output_conflicts(call.git, index.it);
+  } else {
+    conclude_merge(call, merge, index.it, is_fastforward);
+  }
+  return true;
+}
+
+// Answers whether the repository's state is to be cleaned up.
+bool merge_by_analysis(GitCall& call, const Merge& merge, unsigned analysis) {
+  constexpr unsigned kNormalOrFastforward =
+      GIT_MERGE_ANALYSIS_NORMAL | GIT_MERGE_ANALYSIS_FASTFORWARD;
+  switch (analysis) {
+    case GIT_MERGE_ANALYSIS_UP_TO_DATE:
+      xpslog(message::kUpToDate);
+      *call.result = kNothingToMerge;
+      return true;
+    case GIT_MERGE_ANALYSIS_UNBORN:
+      xpslog(message::kUnbornHead);
+      *call.result = kFailure;
+      return true;
+    case GIT_MERGE_ANALYSIS_NORMAL:
+    case kNormalOrFastforward:
+      return merge_and_conclude(call, merge, analysis == kNormalOrFastforward);
+    case GIT_MERGE_ANALYSIS_FASTFORWARD:
+      fastforward_head(call.git, merge.repo, merge.their_id);  // the result stays as it was
+      return true;
+    default:
+      return true;
+  }
+}
+
+// `merge` comes with the repository, the names and the signature's texts.
+void merge_into_head(GitCall& call, Merge merge, const char* full_name) {
+  Held<git_reference> head(call.git, free_git_reference);
+  if (attempt(GIT(call, git_repository_head), &head.it, merge.repo) < 0 ||
+      attempt(GIT(call, git_branch_name), &merge.head_branch, head.it) < 0) {
+    log_git_error(call.git);
+    return;
+  }
+  merge.head = head.it;
+  Held<git_reference> reference(call.git, free_git_reference);
+  Held<git_annotated_commit> theirs(call.git, free_git_annotated_commit);
+  if (attempt(GIT(call, git_reference_lookup), &reference.it, merge.repo, full_name) < 0 ||
+      attempt(GIT(call, git_annotated_commit_from_ref), &theirs.it, merge.repo, reference.it) < 0) {
+    return call.fail();
+  }
+  merge.theirs = theirs.it;
+  auto* id_of = GIT(call, git_annotated_commit_id);
+  if (!id_of) return call.fail();
+  merge.their_id = id_of(theirs.it);
+
+  git_merge_analysis_t analysis{};
+  git_merge_preference_t preference{};
+  const git_annotated_commit* heads[] = {theirs.it};
+  if (attempt(GIT(call, git_merge_analysis), &analysis, &preference, merge.repo, heads, 1) < 0) {
+    log_git_error(call.git);
+    return;
+  }
+  if (merge_by_analysis(call, merge, analysis)) {
+    attempt(GIT(call, git_repository_state_cleanup), merge.repo);
+  }
 }
 
 }  // namespace
@@ -125,6 +265,26 @@ int output_conflicts(GitModule* git, git_index* index) {
     xpslog(message::kConflict, named->path);
   }
   return kDone;
+}
+
+int merge_branch(const HostArgumentBlock* arguments, double* result) {
+  const HostText branch_argument = text_argument(arguments, 1);
+  GitCall call(kMergeBranch, result);
+  if (!call.is_ready()) return 0;
+  const PoolText path(call.pool, text_argument(arguments, 0));
+  Held<git_repository> repo(call.git, free_git_repo);
+  if (!open_local_repo(call, path.text, &repo.it)) return 0;
+  const PoolText branch(call.pool, branch_argument);
+  const PoolText full_name(call.pool,
+                           is_remote_kind(arguments, 4) ? kRemoteBranchPrefix : kLocalBranchPrefix,
+                           branch_argument);
+  merge_into_head(call,
+                  {.repo = repo.it,
+                   .their_branch = branch.text,
+                   .name = text_argument(arguments, 2),
+                   .email = text_argument(arguments, 3)},
+                  full_name.text);
+  return 0;
 }
 
 }  // namespace uwugit
