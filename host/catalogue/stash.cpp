@@ -9,8 +9,8 @@ using enum ResultMatch;
 constexpr Parameter kPosition = {"position", kNumber, "which entry; 0, the latest, when left out",
                                  true};
 constexpr ResultRow kNotLoaded = {kUnchanged, 0, false, "libgit2 could not be loaded"};
-constexpr ResultRow kLibgit2Code = {
-    kOther, 0, false, "libgit2's own code, for example -13 when staged changes are in the way"};
+constexpr ResultRow kLibgit2Code = {kOther, 0, false,
+                                    "libgit2's own code, for example -22 when changes are staged"};
 constexpr ResultRow kNoEntry = {kExactly, -3, false, "there is no such entry"};
 
 constexpr Parameter kStashParameters[] = {
