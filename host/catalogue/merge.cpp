@@ -36,8 +36,9 @@ constexpr Function kFunctions[] = {
         .details =
             "A branch that is only ahead of HEAD is fast-forwarded, and this leaves the return "
             "code as it was: compare HEAD before and after to be sure. With conflicts, the files "
-            "get markers that show both sides and their ancestor, the index holds the three "
-            "stages, and no merge stays in progress. To conclude such a merge, edit the files, "
+            "get markers that name both branches (and show the ancestor where the configuration's "
+            "merge.conflictStyle is diff3), the index holds the three stages, and no merge stays "
+            "in progress. To conclude such a merge, edit the files, "
             "stage them with add_files_to_index and give do_commit the branch's id as second "
             "parent. Any merge that git had in progress is ended as well, even when there is "
             "nothing to merge: conclude it first. A tag that has the name of the branch would "

@@ -66,8 +66,10 @@ constexpr Function kFunctions[] = {
             "SKIP throws away the changes of the commit that stopped and applies the commits that "
             "are left. CONTINUE applies the commits that are left: before it, edit the files, "
             "stage them with add_files_to_index and commit them on \"HEAD\" with do_commit. A "
-            "resolution that is only staged is not enough: CONTINUE then drops the commits that "
-            "are left, and answers 0. FINISH ends the rebase without applying what is left. ABORT "
+            "resolution that is only staged is not enough, nor are files left as they are: "
+            "CONTINUE "
+            "then drops the commits that are left, and answers 0. FINISH ends the rebase without "
+            "applying what is left. ABORT "
             "goes back to the commit where the rebase started. All of them move the branch named, "
             "and point HEAD at it, so take care to name the branch that is being rebased.",
         .parameters = kOperationParameters,

@@ -81,6 +81,8 @@ struct Merge {
   HostText email;
 };
 
+// The files are written by the checkout, which goes by the configured merge.conflictStyle instead
+// of the merge's own: only where that is diff3 do the markers show the ancestor.
 int merge_trees(GitCall& call, const Merge& merge) {
   git_merge_options options = GIT_MERGE_OPTIONS_INIT;
   options.flags = GIT_MERGE_FIND_RENAMES;
