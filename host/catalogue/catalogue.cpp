@@ -11,8 +11,9 @@ std::span<const Function> catalogue() {
   static const std::vector<Function> all = [] {
     std::vector<Function> functions;
     for (const auto group :
-         {version_functions(), status_functions(), branch_functions(), merge_functions(),
-          stash_functions(), rebase_functions(), transfer_functions()}) {
+         {version_functions(), status_functions(), staging_functions(), commit_functions(),
+          reset_functions(), branch_functions(), merge_functions(), stash_functions(),
+          rebase_functions(), transfer_functions()}) {
       functions.insert(functions.end(), group.begin(), group.end());
     }
     return functions;

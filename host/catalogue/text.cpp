@@ -96,7 +96,7 @@ std::string describe(const Function& function) {
   }
   if (!function.parameters.empty()) text += "\nArguments\n";
   for (const Parameter& parameter : function.parameters) {
-    text += "  " + padded(parameter.name, 14) + padded(kind_text(parameter), 20) +
+    text += "  " + padded(parameter.name, 14) + padded(kind_text(parameter), 28) +
             std::string(parameter.meaning) + "\n";
   }
   text += "\nReturn codes\n";

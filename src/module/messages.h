@@ -43,6 +43,13 @@ inline constexpr char kNoStatusObjects[] =
     "%1zCould not find any status objects. Run GITFN_STATUS on your repo prior to obtaining repo "
     "status objects.";
 
+// Reset
+inline constexpr char kInvalidResetMode[] =
+    "%1z%s is an invalid mode. SOFT, MIXED or HARD are valid modes.";
+inline constexpr char kResetToCommit[] = "%3z%s reset to commit:%s successful.";
+inline constexpr char kFileRequired[] = "%1zA file path is required.";
+inline constexpr char kFileReset[] = "%3z%s reset successfully.";
+
 // Branches
 inline constexpr char kNoStartPoint[] =
     "%1zUnable to create branch '%s'. A valid commit id or reference name is required.";
