@@ -7,8 +7,8 @@
 
 namespace uwugit::host {
 
-// What is taken begins this many bytes behind an address aligned to 16, so that what follows a header
-// of this size is aligned.
+// What is taken begins this many bytes behind an address aligned to 16, so that what follows a
+// header of this size is aligned.
 inline constexpr std::size_t kHeaderSize = 8;
 
 // Whether a region is filled densely or is left mostly untouched.

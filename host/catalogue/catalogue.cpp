@@ -17,6 +17,10 @@ std::span<const Function> catalogue() {
              commit_functions,
              log_functions,
              reset_functions,
+             branch_functions,
+             merge_functions,
+             stash_functions,
+             rebase_functions,
              transfer_functions,
          }) {
       const std::span<const Function> group = list();

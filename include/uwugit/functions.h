@@ -27,6 +27,16 @@ UWUGIT_EXPORT HostFunction reset_file_in_index;
 UWUGIT_EXPORT HostFunction get_commit_log;
 UWUGIT_EXPORT HostFunction get_commit_attribute;
 UWUGIT_EXPORT HostFunction free_commit_objects;
+UWUGIT_EXPORT HostFunction create_branch;
+UWUGIT_EXPORT HostFunction delete_branch;
+UWUGIT_EXPORT HostFunction checkout_branch;
+UWUGIT_EXPORT HostFunction merge_branch;
+UWUGIT_EXPORT HostFunction stash;
+UWUGIT_EXPORT HostFunction stash_pop;
+UWUGIT_EXPORT HostFunction stash_apply;
+UWUGIT_EXPORT HostFunction stash_drop;
+UWUGIT_EXPORT HostFunction rebase;
+UWUGIT_EXPORT HostFunction rebase_operation;
 UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
 UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
 

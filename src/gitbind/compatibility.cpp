@@ -22,6 +22,7 @@ static_assert(sizeof(git_merge_options) == 48 && offsetof(git_merge_options, fil
 static_assert(sizeof(git_repository_init_options) == 56);
 static_assert(offsetof(git_repository_init_options, workdir_path) == 16);
 static_assert(offsetof(git_repository_init_options, initial_head) == 40);
+static_assert(sizeof(git_rebase_operation) == 32 && offsetof(git_rebase_operation, id) == 4);
 static_assert(sizeof(git_stash_apply_options) == 168);
 static_assert(offsetof(git_stash_apply_options, checkout_options) == 8);
 static_assert(sizeof(git_diff_line) == 40 && offsetof(git_diff_line, content) == 32);

@@ -6,6 +6,7 @@
 
 #include "module/pool.h"
 #include "module/vector_stubs.h"
+#include "support/strings.h"
 
 namespace uwugit {
 namespace {
@@ -47,6 +48,16 @@ PoolText::PoolText(HostPool* from, HostText original)
     : pool(from),
       length(original.is_present() ? static_cast<std::size_t>(original.length) : 0),
       text(copy_text(from, original.characters, length)) {}
+
+PoolText::PoolText(HostPool* from, const char* prefix, HostText original) : pool(from) {
+  const std::size_t prefix_length = wzstlen(prefix);
+  const auto rest = original.is_present() ? static_cast<std::size_t>(original.length) : 0;
+  length = prefix_length + rest;
+  text = static_cast<char*>(pool->allocate(pool, length + 1, 0));
+  std::memcpy(text, prefix, prefix_length);
+  if (rest > 0) std::memcpy(text + prefix_length, original.characters, rest);
+  text[length] = '\0';
+}
 
 PoolText::~PoolText() {
   if (text) pool->free_block(pool, text);

@@ -28,6 +28,7 @@ HostString* output_argument(const HostArgumentBlock* arguments, int position);
 // without characters becomes an empty string.
 struct PoolText {
   PoolText(HostPool* from, HostText original);
+  PoolText(HostPool* from, const char* prefix, HostText original);  // the text behind the prefix
   ~PoolText();
   PoolText(const PoolText&) = delete;
   PoolText& operator=(const PoolText&) = delete;

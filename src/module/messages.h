@@ -59,6 +59,41 @@ inline constexpr char kNoCommitObjects[] =
 inline constexpr char kLogNotFreed[] = "%1zAn error occurred while trying to free commit objects";
 inline constexpr char kLogFreed[] = "%3z%s commit objects freed successfully.";
 
+// Branches
+inline constexpr char kNoStartPoint[] =
+    "%1zUnable to create branch '%s'. A valid commit id or reference name is required.";
+inline constexpr char kBranchCreated[] = "%3zBranch \"%s\" successfully created.";
+inline constexpr char kBranchDeleted[] = "%3zBranch \"%s\" successfully deleted.";
+inline constexpr char kBranchCheckedOut[] = "%3zBranch \"%s\" successfully checked out.";
+
+// Merge
+inline constexpr char kUpToDate[] = "%3zRepository is already up-to-date.";
+inline constexpr char kUnbornHead[] =
+    "%3zThe HEAD of the current repository is \"unborn\" and does not point to a valid commit.";
+inline constexpr char kConflict[] = "%3zConflict in file: %s";
+inline constexpr char kFastforwarded[] = "%3zHead has successfully been fastforwarded.";
+inline constexpr char kMerged[] = "%3zMerge '%s' into current branch '%s' successful.";
+inline constexpr char kMergeCommitText[] = "Merge '%s' into branch %s";  // not for the log
+
+// Stash
+inline constexpr char kStashed[] = "%3z%s stash successful.";
+inline constexpr char kStashPopped[] = "%3z%s stash successfully popped.";
+inline constexpr char kStashApplied[] = "%3z%s stash successfully applied.";
+inline constexpr char kStashDropped[] = "%3z%s stash successfully dropped.";
+
+// Rebase. The misspelt word is one that programs look for in the log: it stays.
+inline constexpr char kRebaseError[] =
+    "%1zAn error occured while rebasing. Abort the rebase and try again.";
+inline constexpr char kRebaseConflict[] =
+    "%1zAn error occured while rebasing commit [%s]. Check for conflicts.";
+inline constexpr char kRebaseAdvice[] =
+    "%1zYour options are to abort the rebase or skip this commit and finish the rebase.";
+inline constexpr char kInvalidRebaseOperation[] =
+    "%1z%s is an invalid operation. SKIP, CONTINUE, FINISH or ABORT are valid operations.";
+inline constexpr char kRebased[] = "%3zRebase successful.";
+inline constexpr char kRebaseFinished[] = "%3zRebase finished.";
+inline constexpr char kRebaseAborted[] = "%3zRebase aborted.";
+
 // Transfer
 inline constexpr char kTransferNotBuilt[] =
     "%1zThis build of the module cannot transfer to or from a remote repository.";

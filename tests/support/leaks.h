@@ -1,4 +1,5 @@
-// For calls that cannot release what they made, because the test took the release function away.
+// For calls that cannot release what they made, because the test took the release function away, or
+// whose leak is a library's own.
 #pragma once
 
 #if defined(__SANITIZE_ADDRESS__)

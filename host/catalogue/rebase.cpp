@@ -1,0 +1,86 @@
+#include "groups.h"
+
+namespace uwugit::host {
+namespace {
+
+using enum Kind;
+using enum ResultMatch;
+
+constexpr Parameter kCommitterName = {"name", kText, "who rebases, as committer"};
+constexpr Parameter kCommitterEmail = {"email", kText, "their e-mail address"};
+
+constexpr Parameter kRebaseParameters[] = {
+    kRepository,
+    {"commit", kText, "whole id of the commit to rebase: the tip of the branch"},
+    {"onto", kText, "whole id of the commit to rebase onto"},
+    kCommitterName,
+    kCommitterEmail,
+};
+constexpr ResultRow kRebaseResults[] = {
+    {kExactly, 0, true, "the branch that HEAD is on was rebased"},
+    {kExactly, -1, false,
+     "failed; when the log names a commit and says to check for conflicts, the rebase is in "
+     "progress and waits for rebase_operation"},
+    {kUnchanged, 0, false, "libgit2 could not be loaded"},
+};
+
+constexpr Parameter kOperationParameters[] = {
+    kRepository,
+    {"operation", kText, "SKIP, CONTINUE, FINISH or ABORT, in any case"},
+    {"branch", kText, "name of the local branch that is being rebased"},
+    kCommitterName,
+    kCommitterEmail,
+};
+constexpr ResultRow kOperationResults[] = {
+    {kExactly, 0, true, "the rebase has ended and HEAD is on the branch"},
+    {kExactly, -1, false,
+     "failed: no rebase is in progress, the next commit conflicts as well, or there is no such "
+     "branch (the rebase itself has then ended, and HEAD is on no branch)"},
+    {kUnchanged, 0, false, "there is no such operation, or libgit2 could not be loaded"},
+};
+
+constexpr Function kFunctions[] = {
+    {
+        .name = "rebase",
+        .registered_name = "",
+        .summary = "Applies the commits of a branch on top of another commit.",
+        .details =
+            "Check the branch out first: the branch that HEAD is on is the one that is moved, "
+            "whatever commit is named. The working tree must be without changes to tracked files. "
+            "Authors and messages are kept; merges are left out and their commits made linear. "
+            "When a commit conflicts, or when its change is there already, the call ends with -1 "
+            "and the rebase stays in progress for rebase_operation. An attempt that could not "
+            "apply all commits for another reason is undone and made again; when a hundred "
+            "attempts in a row end as the one before them, the call gives up with -1 and the "
+            "repository is as an abort leaves it.",
+        .parameters = kRebaseParameters,
+        .results = kRebaseResults,
+        .example =
+            "git.rebase(\"/home/me/project\", topic_id, main_id, \"Me\", \"me@example.org\")",
+    },
+    {
+        .name = "rebase_operation",
+        .registered_name = "",
+        .summary = "Goes on with a rebase that stopped, or ends it.",
+        .details =
+            "SKIP throws away the changes of the commit that stopped and applies the commits that "
+            "are left. CONTINUE applies the commits that are left: before it, edit the files, "
+            "stage them with add_files_to_index and commit them on \"HEAD\" with do_commit. A "
+            "resolution that is only staged is not enough, nor are files left as they are: "
+            "CONTINUE "
+            "then drops the commits that are left, and answers 0. FINISH ends the rebase without "
+            "applying what is left. ABORT "
+            "goes back to the commit where the rebase started. All of them move the branch named, "
+            "and point HEAD at it, so take care to name the branch that is being rebased.",
+        .parameters = kOperationParameters,
+        .results = kOperationResults,
+        .example = "git.rebase_operation(\"/home/me/project\", \"CONTINUE\", \"topic\", \"Me\", "
+                   "\"me@example.org\")",
+    },
+};
+
+}  // namespace
+
+std::span<const Function> rebase_functions() { return kFunctions; }
+
+}  // namespace uwugit::host
