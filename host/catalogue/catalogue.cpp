@@ -10,7 +10,8 @@ namespace uwugit::host {
 std::span<const Function> catalogue() {
   static const std::vector<Function> all = [] {
     std::vector<Function> functions;
-    for (const auto group : {version_functions(), status_functions(), transfer_functions()}) {
+    for (const auto group :
+         {version_functions(), lifecycle_functions(), status_functions(), transfer_functions()}) {
       functions.insert(functions.end(), group.begin(), group.end());
     }
     return functions;

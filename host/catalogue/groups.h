@@ -8,6 +8,7 @@ namespace uwugit::host {
 inline constexpr Parameter kRepository = {"repository", Kind::kText,
                                           "path of the local repository"};
 
+std::span<const Function> lifecycle_functions();
 std::span<const Function> status_functions();
 std::span<const Function> transfer_functions();
 std::span<const Function> version_functions();

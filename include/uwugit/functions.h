@@ -19,6 +19,11 @@ UWUGIT_EXPORT HostFunction git_version;
 UWUGIT_EXPORT HostFunction get_status;
 UWUGIT_EXPORT HostFunction get_status_attribute;
 UWUGIT_EXPORT HostFunction free_status_objects;
+UWUGIT_EXPORT HostFunction do_clone;
+UWUGIT_EXPORT HostFunction init_repo;
+UWUGIT_EXPORT HostFunction set_remote_url;
+UWUGIT_EXPORT HostFunction delete_repo;
+UWUGIT_EXPORT HostFunction do_fetch;
 UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
 UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
 

@@ -40,8 +40,21 @@ inline constexpr char kNoStatusObjects[] =
     "%1zCould not find any status objects. Run GITFN_STATUS on your repo prior to obtaining repo "
     "status objects.";
 
+// Repository lifecycle
+inline constexpr char kInitialised[] = "%3z%s repository successfully initialized.";
+inline constexpr char kNotOpened[] = "%1zUnable to open local repository '%s'.";
+inline constexpr char kRemoteUrlSet[] = "%3zRemote URL: %s successfully set for repository: %s.";
+inline constexpr char kNotDeleted[] = "%1zAn error occurred while trying to delete %s.";
+inline constexpr char kNothingToDelete[] =
+    "%1zAn error occurred while trying to delete %s. Location does not exist.";
+
 // Transfer
-inline constexpr char kTransferNotBuilt[] =
-    "%1zThis build of the module cannot transfer to or from a remote repository.";
+inline constexpr char kTransferNotOpened[] =
+    "%1zAn error occurred while opening local repository '%s'.";
+inline constexpr char kCredentialsRequired[] = "%1zCredentials Required.";
+inline constexpr char kNotAuthenticated[] = "%1zFailed to authenticate with the remote repository.";
+inline constexpr char kFetched[] = "%3zFetch successful!";
+inline constexpr char kPushed[] = "%3zPush successful!";
+inline constexpr char kPullNotBuilt[] = "%1zThis build of the module cannot pull.";
 
 }  // namespace uwugit::message
