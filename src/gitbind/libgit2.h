@@ -4,6 +4,8 @@
 
 #include <git2.h>
 
+#include <type_traits>
+
 #include "uwugit/host_abi.h"
 
 namespace uwugit {
@@ -25,6 +27,12 @@ void* find_git_function(GitModule* git, const char* name, const wchar_t* wide_na
 #define GIT(source, name) GIT_FUNCTION((source).git, name)
 #define GIT_FUNCTION(git_module, name) \
   (reinterpret_cast<decltype(&::name)>(::uwugit::find_git_function(git_module, #name, L"" #name)))
+
+// Calls a libgit2 function with what was looked up; -1 when it could not be found.
+template <class... Parameters>
+int attempt(int (*function)(Parameters...), std::type_identity_t<Parameters>... given) {
+  return function ? function(given...) : -1;
+}
 
 // The count of initialisations, at least 1 on success; -1 when the function cannot be found.
 int init_git(GitModule* git);

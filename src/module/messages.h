@@ -40,9 +40,20 @@ inline constexpr char kNoStatusObjects[] =
     "%1zCould not find any status objects. Run GITFN_STATUS on your repo prior to obtaining repo "
     "status objects.";
 
+// Opening a repository
+inline constexpr char kUnableToOpen[] = "%1zUnable to open local repository '%s'.";
+
+// Merge
+inline constexpr char kUpToDate[] = "%3zRepository is already up-to-date.";
+inline constexpr char kUnbornHead[] =
+    "%3zThe HEAD of the current repository is \"unborn\" and does not point to a valid commit.";
+inline constexpr char kConflict[] = "%3zConflict in file: %s";
+inline constexpr char kFastforwarded[] = "%3zHead has successfully been fastforwarded.";
+inline constexpr char kMerged[] = "%3zMerge '%s' into current branch '%s' successful.";
+inline constexpr char kMergeCommitText[] = "Merge '%s' into branch %s";  // not for the log
+
 // Repository lifecycle
 inline constexpr char kInitialised[] = "%3z%s repository successfully initialized.";
-inline constexpr char kNotOpened[] = "%1zUnable to open local repository '%s'.";
 inline constexpr char kRemoteUrlSet[] = "%3zRemote URL: %s successfully set for repository: %s.";
 inline constexpr char kNotDeleted[] = "%1zAn error occurred while trying to delete %s.";
 inline constexpr char kNothingToDelete[] =
@@ -55,6 +66,5 @@ inline constexpr char kCredentialsRequired[] = "%1zCredentials Required.";
 inline constexpr char kNotAuthenticated[] = "%1zFailed to authenticate with the remote repository.";
 inline constexpr char kFetched[] = "%3zFetch successful!";
 inline constexpr char kPushed[] = "%3zPush successful!";
-inline constexpr char kPullNotBuilt[] = "%1zThis build of the module cannot pull.";
 
 }  // namespace uwugit::message

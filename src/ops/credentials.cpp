@@ -41,14 +41,13 @@ int offer_key(GitModule* git, git_credential** credential, const RemoteCredentia
   // A key without its private file or its user is libgit2's to refuse, where it can.
   const bool is_complete = offer->user && offer->privateKey;
   if (!is_complete && !refuses_null_arguments(git)) return -1;
-  auto* make = GIT_FUNCTION(git, git_credential_ssh_key_new);
-  if (!make) return -1;
-  return make(credential, offer->user, offer->publicKey, offer->privateKey, offer->password);
+  return attempt(GIT_FUNCTION(git, git_credential_ssh_key_new), credential, offer->user,
+                 offer->publicKey, offer->privateKey, offer->password);
 }
 
 int offer_password(GitModule* git, git_credential** credential, const RemoteCredentials* offer) {
-  auto* make = GIT_FUNCTION(git, git_credential_userpass_plaintext_new);
-  return make ? make(credential, offer->user, offer->password) : -1;
+  return attempt(GIT_FUNCTION(git, git_credential_userpass_plaintext_new), credential, offer->user,
+                 offer->password);
 }
 
 }  // namespace
@@ -87,8 +86,7 @@ int credentials_cb(git_credential** credential, const char*, const char*, unsign
 }
 
 int credentials_default_cb(git_credential** credential, const char*, const char*, unsigned, void*) {
-  auto* make = GIT_FUNCTION(git2Module, git_credential_default_new);
-  return make ? make(credential) : -1;
+  return attempt(GIT_FUNCTION(git2Module, git_credential_default_new), credential);
 }
 
 Credentials::Credentials(HostPool* pool, const CredentialArguments& given) : pool_(pool) {

@@ -28,6 +28,7 @@
 #include "module/messages.h"
 #include "module/vector_stubs.h"
 #include "ops/credentials.h"
+#include "support/broken_pipe.h"
 #include "support/strings.h"
 #include "uwugit/functions.h"
 
@@ -100,19 +101,17 @@ void clone(GitCall& call, HostText url_argument, HostText directory_argument,
   const Credentials credentials(call.pool, given);
   TransferOptions options;
   credentials.prepare(call.git, Transfer::kClone, &options);
-  auto* run = GIT(call, git_clone);
-  const int code = run ? run(&repo.it, url.text, directory.text,
-                             reinterpret_cast<git_clone_options*>(options.bytes))
-                       : -1;
+  const int code = attempt(GIT(call, git_clone), &repo.it, url.text, directory.text,
+                           reinterpret_cast<git_clone_options*>(options.bytes));
   if (code != 0) return fail_transfer(call, code);
   *call.result = kSuccess;
 }
 
-// Whether `git_remote_create_with_fetchspec` made the remote.
-template <class Create>
-bool create_origin(Create* create, GitCall& call, git_repository* repo, const char* url) {
+using RemoteCreator = decltype(&git_remote_create_with_fetchspec);
+
+bool create_origin(RemoteCreator create, GitCall& call, git_repository* repo, const char* url) {
   Held<git_remote> remote(call.git, free_git_remote);
-  return create(&remote.it, repo, kOrigin, url, kFetchRefspec) == 0;
+  return attempt(create, &remote.it, repo, kOrigin, url, kFetchRefspec) == 0;
 }
 
 // With an empty name libgit2 would begin a repository in the current folder, and fail.
@@ -126,8 +125,7 @@ int init(GitCall& call, git_repository** repo, const char* directory, const char
   options.flags = GIT_REPOSITORY_INIT_MKPATH;
   options.workdir_path = work_directory.text;
   options.initial_head = head.text;
-  auto* run = GIT(call, git_repository_init_ext);
-  return run ? run(repo, directory, &options) : -1;
+  return attempt(GIT(call, git_repository_init_ext), repo, directory, &options);
 }
 
 void init(GitCall& call, const char* directory, const char* branch, HostText url_argument) {
@@ -146,12 +144,12 @@ void set_origin(GitCall& call, const char* path, HostText url_argument) {
   Held<git_repository> repo(call.git, free_git_repo);
   if (open_repo(call.git, path, &repo.it) != 0) {
     *call.result = kFailure;
-    xpslog(message::kNotOpened, path);
+    xpslog(message::kUnableToOpen, path);
     return;
   }
   const PoolText url(call.pool, url_argument);
   auto* create = GIT(call, git_remote_create_with_fetchspec);
-  if (!create || !create_origin(create, call, repo.it, url.text)) return call.fail();
+  if (!create_origin(create, call, repo.it, url.text)) return call.fail();
   *call.result = kSuccess;
   xpslog(message::kRemoteUrlSet, url.text, path);
 }
@@ -162,6 +160,7 @@ int do_clone(const HostArgumentBlock* arguments, double* result) {
   const HostText url = text_argument(arguments, 0);
   const HostText directory = text_argument(arguments, 1);
   const CredentialArguments credentials = credential_arguments(arguments, 2, 6);
+  const BrokenPipeGuard guard;
   GitCall call(kClone, result);
   if (call.is_ready()) clone(call, url, directory, credentials);
   return 0;

@@ -16,8 +16,7 @@ bool open_origin(GitCall& call, const char* path, Origin* origin) {
     xpslog(message::kTransferNotOpened, path);
     return false;
   }
-  auto* look_up = GIT(call, git_remote_lookup);
-  if (!look_up || look_up(&origin->remote.it, origin->repo.it, kOrigin) < 0) {
+  if (attempt(GIT(call, git_remote_lookup), &origin->remote.it, origin->repo.it, kOrigin) < 0) {
     log_git_error(call.git);
     return false;
   }
@@ -25,8 +24,7 @@ bool open_origin(GitCall& call, const char* path, Origin* origin) {
 }
 
 bool find_head(GitCall& call, Origin* origin) {
-  auto* find = GIT(call, git_repository_head);
-  if (find && find(&origin->head.it, origin->repo.it) >= 0) return true;
+  if (attempt(GIT(call, git_repository_head), &origin->head.it, origin->repo.it) >= 0) return true;
   log_git_error(call.git);
   return false;
 }

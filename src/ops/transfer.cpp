@@ -17,6 +17,7 @@
 #include "module/messages.h"
 #include "module/vector_stubs.h"
 #include "ops/origin.h"
+#include "support/broken_pipe.h"
 #include "uwugit/functions.h"
 
 namespace uwugit {
@@ -89,6 +90,7 @@ int do_fetch(const HostArgumentBlock* arguments, double* result) {
   const HostText path = text_argument(arguments, 0);
   const HostText refspec = optional_text_argument(arguments, 5);
   const CredentialArguments credentials = credential_arguments(arguments, 1, 6);
+  const BrokenPipeGuard guard;
   GitCall call(kFetch, result);
   if (call.is_ready()) fetch(call, path, credentials, refspec);
   return 0;
@@ -97,6 +99,7 @@ int do_fetch(const HostArgumentBlock* arguments, double* result) {
 int do_push(const HostArgumentBlock* arguments, double* result) {
   const HostText path = text_argument(arguments, 0);
   const CredentialArguments credentials = credential_arguments(arguments, 1, 5);
+  const BrokenPipeGuard guard;
   GitCall call(kPush, result);
   if (call.is_ready()) push(call, path, credentials);
   return 0;
