@@ -82,6 +82,8 @@ int credentials_cb(git_credential** credential, const char*, const char*, unsign
   }
   if (offer->user && offer->password) return offer_password(git2Module, credential, offer);
   xpslog(message::kCredentialsRequired);
+  // What libgit2 got over earlier in this call is not the reason.
+  if (auto* clear = GIT_FUNCTION(git2Module, git_error_clear)) clear();
   return -1;
 }
 
