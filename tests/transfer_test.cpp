@@ -123,6 +123,7 @@ TEST_F(Transfer, WorksOverEveryTransport) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.url + " " + row.offer.private_key);
+    const LeaksOverSsh leaks(row.url);
     git(other_, {"pull", "--quiet"});
     EXPECT_EQ(clone(row.url, row.offer), "0");
     EXPECT_EQ(logged(), "");
@@ -216,6 +217,7 @@ TEST_F(Transfer, LeavesEverythingAsItWasWhenItIsNotLetIn) {
   const fs::path kept = work_;
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
+    const LeaksOverSsh leaks(row.url);
     write_file(known_hosts_, row.known_hosts);
     set_origin(row.url);
     for (const char* function : {"do_fetch", "do_pull", "do_push"}) {
@@ -235,6 +237,7 @@ TEST_F(Transfer, LeavesEverythingAsItWasWhenItIsNotLetIn) {
   EXPECT_EQ(transfer("do_fetch", with("me", "secret", trusted)), "0");
   EXPECT_EQ(transfer("do_fetch", with("me", "secret", " ")), "16") << "trust ends with the call";
   set_origin(shell);
+  const LeaksOverSsh leaks(shell);
   EXPECT_EQ(transfer("do_pull", good), "0");
   EXPECT_EQ(transfer("do_push", good), "0");
   EXPECT_EQ(host_.pools().counters().pools, 0u);
@@ -255,7 +258,8 @@ TEST_F(Transfer, OffersARejectedPasswordOnce) {
       "Content-Length: 0\r\nConnection: close\r\n\r\n");
   set_origin(never.http());
   EXPECT_EQ(code("do_fetch", work_), "-1");
-  EXPECT_EQ(logged(), "ERROR: Failed to authenticate with the remote repository.\n"
+  EXPECT_EQ(logged(),
+            "ERROR: Failed to authenticate with the remote repository.\n"
             "ERROR: Credentials Required.\nERROR: No detailed error info available.\n");
   EXPECT_EQ(transfer("do_fetch", {"me", "wrong"}), "-3");
   EXPECT_EQ(never.requests_with("Authorization: Basic"), 1);

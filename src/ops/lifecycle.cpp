@@ -114,18 +114,19 @@ bool create_origin(RemoteCreator create, GitCall& call, git_repository* repo, co
   return attempt(create, &remote.it, repo, kOrigin, url, kFetchRefspec) == 0;
 }
 
-// With an empty name libgit2 would begin a repository in the current folder, and fail.
+// An empty name is refused: it would be the current folder, which nobody named.
 int init(GitCall& call, git_repository** repo, const char* directory, const char* branch) {
   if (*directory == '\0') return -1;
   const JoinedText head(call.pool, kBranchPrefix, branch);
-  // libgit2 would take a relative working directory as one inside the new ".git".
-  const JoinedText work_directory(call.pool, CurrentFolder(directory).text, directory);
+  // libgit2 takes a relative working directory as one inside the new ".git". The two must start
+  // with the same text, or it writes the working directory into the configuration.
+  const JoinedText absolute(call.pool, CurrentFolder(directory).text, directory);
   git_repository_init_options options = {};
   options.version = GIT_REPOSITORY_INIT_OPTIONS_VERSION;
   options.flags = GIT_REPOSITORY_INIT_MKPATH;
-  options.workdir_path = work_directory.text;
+  options.workdir_path = absolute.text;
   options.initial_head = head.text;
-  return attempt(GIT(call, git_repository_init_ext), repo, directory, &options);
+  return attempt(GIT(call, git_repository_init_ext), repo, absolute.text, &options);
 }
 
 void init(GitCall& call, const char* directory, const char* branch, HostText url_argument) {
