@@ -11,7 +11,8 @@ std::span<const Function> catalogue() {
   static const std::vector<Function> all = [] {
     std::vector<Function> functions;
     for (const auto group :
-         {version_functions(), lifecycle_functions(), status_functions(), transfer_functions()}) {
+         {version_functions(), lifecycle_functions(), status_functions(), staging_functions(),
+          commit_functions(), transfer_functions(), reset_functions()}) {
       functions.insert(functions.end(), group.begin(), group.end());
     }
     return functions;

@@ -9,6 +9,9 @@ inline constexpr Parameter kRepository = {"repository", Kind::kText,
                                           "path of the local repository"};
 
 std::span<const Function> lifecycle_functions();
+std::span<const Function> commit_functions();
+std::span<const Function> reset_functions();
+std::span<const Function> staging_functions();
 std::span<const Function> status_functions();
 std::span<const Function> transfer_functions();
 std::span<const Function> version_functions();

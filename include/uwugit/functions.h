@@ -24,6 +24,11 @@ UWUGIT_EXPORT HostFunction init_repo;
 UWUGIT_EXPORT HostFunction set_remote_url;
 UWUGIT_EXPORT HostFunction delete_repo;
 UWUGIT_EXPORT HostFunction do_fetch;
+UWUGIT_EXPORT HostFunction add_files_to_index;
+UWUGIT_EXPORT HostFunction remove_files_from_index;
+UWUGIT_EXPORT HostFunction do_commit;
+UWUGIT_EXPORT HostFunction reset_to_commit;
+UWUGIT_EXPORT HostFunction reset_file_in_index;
 UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
 UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
 

@@ -28,4 +28,11 @@ void GitCall::fail() {
   log_git_error(git);
 }
 
+bool open_local_repo(GitCall& call, const char* path, git_repository** repo) {
+  if (open_repo(call.git, path, repo) == 0) return true;
+  *call.result = kFailure;
+  xpslog(message::kUnableToOpen, path);
+  return false;
+}
+
 }  // namespace uwugit

@@ -41,4 +41,8 @@ class GitCall {
   bool is_initialised_ = false;
 };
 
+// Opens the call's repository, whose path is NUL-terminated. When that fails, it writes -1 and the
+// "Unable to open" error, and libgit2's own is not reported.
+bool open_local_repo(GitCall& call, const char* path, git_repository** repo);
+
 }  // namespace uwugit

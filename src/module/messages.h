@@ -24,6 +24,9 @@ inline constexpr char kNoErrorInfo[] = "%1zNo detailed error info available.";
 // git_version
 inline constexpr char kVersion[] = "%3zLibgit2 version %d.%d.%d";
 
+// Opening a repository
+inline constexpr char kUnableToOpen[] = "%1zUnable to open local repository '%s'.";
+
 // Status
 inline constexpr char kStagedNew[] = "%3zEntry: %s. Staged: True. Status: New.";
 inline constexpr char kStagedModified[] = "%3zEntry: %s. Staged: True. Status: Modified.";
@@ -40,9 +43,6 @@ inline constexpr char kNoStatusObjects[] =
     "%1zCould not find any status objects. Run GITFN_STATUS on your repo prior to obtaining repo "
     "status objects.";
 
-// Opening a repository
-inline constexpr char kUnableToOpen[] = "%1zUnable to open local repository '%s'.";
-
 // Merge
 inline constexpr char kUpToDate[] = "%3zRepository is already up-to-date.";
 inline constexpr char kUnbornHead[] =
@@ -58,6 +58,12 @@ inline constexpr char kRemoteUrlSet[] = "%3zRemote URL: %s successfully set for 
 inline constexpr char kNotDeleted[] = "%1zAn error occurred while trying to delete %s.";
 inline constexpr char kNothingToDelete[] =
     "%1zAn error occurred while trying to delete %s. Location does not exist.";
+// Reset
+inline constexpr char kInvalidResetMode[] =
+    "%1z%s is an invalid mode. SOFT, MIXED or HARD are valid modes.";
+inline constexpr char kResetToCommit[] = "%3z%s reset to commit:%s successful.";
+inline constexpr char kFileRequired[] = "%1zA file path is required.";
+inline constexpr char kFileReset[] = "%3z%s reset successfully.";
 
 // Transfer
 inline constexpr char kTransferNotOpened[] =

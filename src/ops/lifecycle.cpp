@@ -143,11 +143,7 @@ void init(GitCall& call, const char* directory, const char* branch, HostText url
 
 void set_origin(GitCall& call, const char* path, HostText url_argument) {
   Held<git_repository> repo(call.git, free_git_repo);
-  if (open_repo(call.git, path, &repo.it) != 0) {
-    *call.result = kFailure;
-    xpslog(message::kUnableToOpen, path);
-    return;
-  }
+  if (!open_local_repo(call, path, &repo.it)) return;
   const PoolText url(call.pool, url_argument);
   auto* create = GIT(call, git_remote_create_with_fetchspec);
   if (!create_origin(create, call, repo.it, url.text)) return call.fail();

@@ -14,6 +14,14 @@ namespace uwugit::test {
 inline const fs::path kLibraryFolder = UWUGIT_LIBRARY_FOLDER;
 inline const fs::path kModuleFile = kLibraryFolder / "uwugit_p.so";
 
+// Stands in for a libgit2 function that fails without an error to show.
+inline void* const kFails = reinterpret_cast<void*>(+[](void*, void*, void*) { return -1; });
+
+// For EXPECT_PRED2, which shows both when it fails.
+inline bool starts_with(const std::string& text, std::string_view start) {
+  return text.starts_with(start);
+}
+
 // Each test has a host, a freshly loaded module and a sandbox of its own.
 class ModuleTest : public testing::Test {
  protected:
@@ -44,6 +52,15 @@ class ModuleTest : public testing::Test {
     std::string text = log_.text();
     log_.clear();
     return text;
+  }
+
+  // The return code and all that the call logged, ended by "$": "0$", "-1 ERROR: …\n$".
+  template <class... Given>
+  std::string answer(std::string_view name, const Given&... given) {
+    log_.clear();
+    const std::string shown = code(name, given...);
+    const std::string log = logged();
+    return shown + (log.empty() ? "" : " " + log) + "$";
   }
 
   // Makes libgit2 lack a function from now on, or do something else in its place.
