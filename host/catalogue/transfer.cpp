@@ -73,9 +73,13 @@ constexpr Function kFunctions[] = {
         .name = "do_pull",
         .registered_name = "GIT_PULL",
         .summary = "Fetches the current branch from \"origin\" and merges what arrived.",
-        .details = "A merge commit is made in the name \"Merge\". After conflicts no merge is in "
-                   "progress: resolve the files, stage them and commit. Commit local changes "
-                   "first: a merge that would overwrite them is refused.",
+        .details =
+            "A merge commit is made in the name \"Merge\". Commit local changes first: a merge "
+            "that "
+            "would overwrite them is refused. **After conflicts no merge is in progress**: what is "
+            "committed then has one parent, and the next pull meets the same conflict until our "
+            "side has the other side's text; docs/transport.md tells how to go on. With a detached "
+            "HEAD nothing is merged.",
         .parameters = kBranchParameters,
         .results = kPullResults,
         .example = "local code = git.do_pull(\"/home/me/project\", \"me\", \"{uwugit1}...\")",

@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,14 +43,27 @@ int listen_anywhere(int* port) {
   return listener;
 }
 
-int connect_to(int port) {
-  const int connection = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const sockaddr_in address = loopback(port);
-  if (connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
-    return connection;
-  }
+template <class Address>
+int connect_to(const Address& address) {
+  const auto* const any = reinterpret_cast<const sockaddr*>(&address);
+  const int connection = socket(any->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (connect(connection, any, sizeof address) == 0) return connection;
   close(connection);
   return -1;
+}
+
+// Whether the process answers at its address before it ends or the tries are used up.
+template <class Address>
+bool becomes_ready(Process& process, const Address& address) {
+  constexpr int most_tries = 1000;
+  for (int i = 0; i < most_tries && process.is_running(); ++i) {
+    if (const int connection = connect_to(address); connection >= 0) {
+      close(connection);
+      return process.is_running();
+    }
+    poll(nullptr, 0, 10);
+  }
+  return false;
 }
 
 void run_or_throw(const std::vector<std::string>& command) {
@@ -99,21 +113,9 @@ Server::Server(const Command& command, const fs::path& log) {
   for (int i = 0; i < attempts; ++i) {
     close(listen_anywhere(&port_));
     process_ = std::make_unique<Process>(command(port_), log);
-    if (becomes_ready()) return;
+    if (becomes_ready(*process_, loopback(port_))) return;
   }
   throw std::runtime_error("A server does not start:\n" + read_file(log));
-}
-
-bool Server::becomes_ready() {
-  constexpr int most_tries = 1000;
-  for (int i = 0; i < most_tries && process_->is_running(); ++i) {
-    if (const int connection = connect_to(port_); connection >= 0) {
-      close(connection);
-      return process_->is_running();
-    }
-    poll(nullptr, 0, 10);
-  }
-  return false;
 }
 
 Server git_daemon(const fs::path& folder, const fs::path& repositories) {
@@ -168,27 +170,20 @@ Authority::Authority(const fs::path& folder)
 namespace {
 
 // One process and no worker, so that it keeps its user, whose the repositories are.
-std::vector<std::string> web_server_command(const fs::path& folder, const fs::path& repositories,
-                                            const std::string& name, const std::string& listen,
-                                            const std::string& rules) {
-  const fs::path root = folder / name;
-  fs::create_directories(root);
+std::string web_server_rules(const fs::path& folder, const fs::path& repositories,
+                             const Authority& authority, int plain_port, int secure_port) {
+  const std::string root = folder.string();
   std::ostringstream text;
-  text << "daemon off; master_process off; pid " << root.string() << "/pid; error_log "
-       << root.string() << "/error.log; events {}\n"
-       << "http { log_format users '$status $remote_user'; access_log " << root.string()
+  text << "daemon off; master_process off; pid " << root << "/pid; events {}\n"
+       << "http { log_format users '$status $remote_user'; access_log " << root
        << "/access.log users; client_max_body_size 0;\n";
   for (const char* kind : {"client_body", "fastcgi", "proxy", "scgi", "uwsgi"}) {
-    text << kind << "_temp_path " << root.string() << "/" << kind << ";\n";
+    text << kind << "_temp_path " << root << "/" << kind << ";\n";
   }
-  text << "server { listen 127.0.0.1:" << listen << ";\n"
-       << rules << "location /moved/ { rewrite ^/moved/(.*)$ /$1 redirect; }\n"
-       << "location / { fastcgi_pass unix:" << folder.string() << "/fastcgi;\n";
-  const std::pair<std::string, std::string> parameters[] = {
+  const std::pair<const char*, std::string> parameters[] = {
       {"SCRIPT_FILENAME", "/usr/lib/git-core/git-http-backend"},
       {"GIT_PROJECT_ROOT", repositories.string()},
       {"GIT_HTTP_EXPORT_ALL", "1"},
-      {"HOME", (folder / "home").string()},
       {"PATH_INFO", "$uri"},
       {"QUERY_STRING", "$query_string"},
       {"REQUEST_METHOD", "$request_method"},
@@ -196,12 +191,20 @@ std::vector<std::string> web_server_command(const fs::path& folder, const fs::pa
       {"CONTENT_LENGTH", "$content_length"},
       {"REMOTE_USER", "somebody"},  // who is let in may push
   };
-  for (const auto& [parameter, value] : parameters) {
-    text << "fastcgi_param " << parameter << " " << value << ";\n";
+  for (const auto& [name, value] : parameters) {
+    text << "fastcgi_param " << name << " " << value << ";\n";
   }
-  text << "} } }\n";
-  write_file(root / "nginx.conf", text.str());
-  return {"/usr/sbin/nginx", "-c", root / "nginx.conf", "-e", root / "error.log"};
+  text << "ssl_certificate " << authority.certificate.string() << "; ssl_certificate_key "
+       << authority.key.string() << ";\n";
+  const std::string locations =
+      "location /moved/ { rewrite ^/moved/(.*)$ /$1 redirect; }\n"
+      "location / { fastcgi_pass unix:" +
+      root + "/fastcgi; } }\n";
+  text << "server { listen 127.0.0.1:" << plain_port << ";\n" << locations;
+  text << "server { listen 127.0.0.1:" << secure_port << " ssl; auth_basic test;\n"
+       << "auth_basic_user_file " << root << "/users;\n"
+       << locations << "}\n";
+  return text.str();
 }
 
 }  // namespace
@@ -211,34 +214,37 @@ WebServer::WebServer(const fs::path& folder, const fs::path& repositories,
     : folder_(folder),
       fastcgi_({"/usr/sbin/fcgiwrap", "-s", "unix:" + (folder / "fastcgi").string()},
                folder / "fastcgi.log"),
-      plain_(
-          [&](int port) {
-            return web_server_command(folder, repositories, "plain", std::to_string(port), "");
-          },
-          folder / "plain.log"),
-      secure_(
-          [&](int port) {
+      server_(
+          [&](int plain_port) {
+            wait_for_fastcgi();
+            close(listen_anywhere(&secure_port_));
             write_file(folder / "users", users);
-            return web_server_command(folder, repositories, "secure", std::to_string(port) + " ssl",
-                                      "ssl_certificate " + authority.certificate.string() +
-                                          "; ssl_certificate_key " + authority.key.string() +
-                                          ";\nauth_basic test; auth_basic_user_file " +
-                                          (folder / "users").string() + ";\n");
+            write_file(folder / "nginx.conf",
+                       web_server_rules(folder, repositories, authority, plain_port, secure_port_));
+            return std::vector<std::string>{"/usr/sbin/nginx", "-c", folder / "nginx.conf", "-e",
+                                            folder / "nginx.log"};
           },
-          folder / "secure.log") {}
+          folder / "nginx.log") {}
+
+void WebServer::wait_for_fastcgi() {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  (folder_ / "fastcgi").string().copy(address.sun_path, sizeof address.sun_path - 1);
+  if (!becomes_ready(fastcgi_, address)) throw std::runtime_error("fcgiwrap does not start.");
+}
 
 std::string WebServer::http(std::string_view path) const {
-  return "http://localhost:" + std::to_string(plain_.port()) + "/" + std::string(path);
+  return "http://localhost:" + std::to_string(server_.port()) + "/" + std::string(path);
 }
 
 std::string WebServer::https(std::string_view path) const {
-  return "https://localhost:" + std::to_string(secure_.port()) + "/" + std::string(path);
+  return "https://localhost:" + std::to_string(secure_port_) + "/" + std::string(path);
 }
 
 int WebServer::requests_with_user(int status) {
-  secure_.end();
+  server_.end();
   int count = 0;
-  std::istringstream lines(read_file(folder_ / "secure/access.log"));
+  std::istringstream lines(read_file(folder_ / "access.log"));
   for (std::string found, user; lines >> found >> user;) {
     if (found == std::to_string(status) && user != "-") ++count;
   }
@@ -362,7 +368,7 @@ void FaultyServer::answer(int connection) {
 }
 
 void FaultyServer::pass_on(int connection) {
-  const int behind = connect_to(port_behind_);
+  const int behind = connect_to(loopback(port_behind_));
   pollfd ends[] = {{connection, POLLIN, 0}, {behind, POLLIN, 0}};
   std::size_t room = most_bytes_;
   char buffer[4096];

@@ -41,8 +41,6 @@ class Server {
   void end() { process_->end(); }
 
  private:
-  bool becomes_ready();
-
   int port_ = 0;
   std::unique_ptr<Process> process_;
 };
@@ -73,10 +71,12 @@ class WebServer {
   int requests_with_user(int status);
 
  private:
+  void wait_for_fastcgi();
+
   fs::path folder_;
+  int secure_port_ = 0;
   Process fastcgi_;
-  Server plain_;
-  Server secure_;
+  Server server_;
 };
 
 // OpenSSH's sshd, with keys as the only way in for the user that runs the test.
