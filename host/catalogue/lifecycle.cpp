@@ -20,8 +20,7 @@ constexpr Parameter kCloneParameters[] = {
 constexpr ResultRow kCloneResults[] = {
     {kExactly, 0, true, "cloned; nothing is written to the log"},
     {kExactly, -1, false, "libgit2 could not be loaded, or failed without saying why"},
-    {kExactly, -3, false,
-     "the server did not accept the credentials, or a remote on this machine does not exist"},
+    {kExactly, -3, false, "the server did not accept the credentials"},
     {kOther, 0, false, "the class of libgit2's error, which is in the log"},
 };
 

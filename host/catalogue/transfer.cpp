@@ -26,9 +26,8 @@ constexpr Parameter kBranchParameters[] = {
 constexpr ResultRow kNotOpened = {
     kExactly, -1, false,
     "the repository could not be opened, or libgit2 failed without saying why"};
-constexpr ResultRow kNotAuthenticated = {
-    kExactly, -3, false,
-    "the server did not accept the credentials, or a remote on this machine does not exist"};
+constexpr ResultRow kNotAuthenticated = {kExactly, -3, false,
+                                         "the server did not accept the credentials"};
 constexpr ResultRow kNothingDone = {
     kUnchanged, 0, false,
     "there is no \"origin\" or no commit yet, or libgit2 could not be loaded or initialised"};

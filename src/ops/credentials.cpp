@@ -128,8 +128,7 @@ void trust_certificate_file(GitCall& call, HostText file) {
   }
 }
 
-// -3 is also libgit2's "not found", so a remote on this machine that does not exist is reported as
-// a failed authentication. Programs rely on the code, so it stays.
+// libgit2's own "not found" has the code of a refusal as well, and would be reported as one.
 void fail_transfer(GitCall& call, int code) {
   if (code == kRefused) {
     xpslog(message::kNotAuthenticated);
