@@ -6,11 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -78,18 +76,29 @@ bool empty_directory(const Directory& directory) {
   return is_empty;
 }
 
+// The name without the slashes at its end, with which a link would be followed.
+std::string without_last_slashes(std::string_view path) {
+  while (path.ends_with('/')) path.remove_suffix(1);
+  return std::string(path);
+}
+
+// A directory can be removed by its own name only; the root directory has none.
+bool has_own_name(std::string_view path) {
+  const std::string_view name = path.substr(path.rfind('/') + 1);
+  return !name.empty() && name != "." && name != "..";
+}
+
 }  // namespace
 
-int git_delete_repo(const char* path) {
+int git_delete_repo(const char* given) {
   struct stat found {};
-  if (lstat(path, &found) != 0) {
+  if (lstat(given, &found) != 0) {
     return errno == ENOENT || errno == ENOTDIR ? kDoesNotExist : kNotRemoved;
   }
-  if (!S_ISDIR(found.st_mode)) return kNotRemoved;
-  const std::unique_ptr<char, decltype(&std::free)> real_path(realpath(path, nullptr), std::free);
-  if (!real_path || std::strcmp(real_path.get(), "/") == 0) return kNotRemoved;
-  const Directory directory(open_directory(AT_FDCWD, real_path.get()));
+  const std::string path = without_last_slashes(given);
+  if (!has_own_name(path)) return kNotRemoved;
+  const Directory directory(open_directory(AT_FDCWD, path.c_str()));
   const bool is_removed =
-      directory.is_open() && empty_directory(directory) && rmdir(real_path.get()) == 0;
+      directory.is_open() && empty_directory(directory) && rmdir(path.c_str()) == 0;
   return is_removed ? kRemoved : kNotRemoved;
 }

@@ -12,6 +12,7 @@ std::span<const Function> catalogue() {
     std::vector<Function> functions;
     for (const auto list : {
              version_functions,
+             lifecycle_functions,
              status_functions,
              staging_functions,
              commit_functions,

@@ -1,3 +1,4 @@
+#include "credential_parameters.h"
 #include "groups.h"
 
 namespace uwugit::host {
@@ -6,29 +7,93 @@ namespace {
 using enum Kind;
 using enum ResultMatch;
 
-constexpr Parameter kTransferParameters[] = {kRepository};
-constexpr ResultRow kTransferResults[] = {
-    {kExactly, -1, false, "this build of the module cannot transfer"},
+constexpr Parameter kFetchParameters[] = {
+    kRepository,
+    kUser,
+    kPassword,
+    kPublicKey,
+    kPrivateKey,
+    {"refspec", kText,
+     "what to fetch instead of what the remote's configuration says; one blank is the same as none",
+     kOptional},
+    kCertificate,
+    kDefaultCredentials,
+};
+constexpr Parameter kBranchParameters[] = {
+    kRepository, kUser, kPassword, kPublicKey, kPrivateKey, kCertificate, kDefaultCredentials,
+};
+
+constexpr ResultRow kNotOpened = {
+    kExactly, -1, false,
+    "the repository could not be opened, or libgit2 failed without saying why"};
+constexpr ResultRow kNotAuthenticated = {kExactly, -3, false,
+                                         "the server did not accept the credentials"};
+constexpr ResultRow kNothingDone = {
+    kUnchanged, 0, false,
+    "there is no \"origin\" or no commit yet, or libgit2 could not be loaded or initialised"};
+constexpr ResultRow kOtherError = {kOther, 0, false,
+                                   "the class of libgit2's error, which is in the log"};
+
+constexpr ResultRow kFetchResults[] = {
+    {kExactly, 0, true, "fetched"}, kNotOpened, kNotAuthenticated, kNothingDone, kOtherError,
+};
+constexpr ResultRow kPullResults[] = {
+    {kExactly, 0, true, "fast-forwarded or merged, or the remote has no such branch"},
+    {kExactly, 1, true, "already up to date"},
+    {kExactly, -1, false,
+     "the repository could not be opened, a step of the merge failed, or libgit2 failed without "
+     "saying why"},
+    {kExactly, -2, false, "the merge left conflicts, which are in the log and in the files"},
+    kNotAuthenticated,
+    kNothingDone,
+    kOtherError,
+};
+constexpr ResultRow kPushResults[] = {
+    {kExactly, 0, true,
+     "the server took the commits; **it may still have refused to move the branch**"},
+    kNotOpened,
+    kNotAuthenticated,
+    kNothingDone,
+    kOtherError,
 };
 
 constexpr Function kFunctions[] = {
     {
+        .name = "do_fetch",
+        .registered_name = "",
+        .summary = "Fetches from \"origin\" without touching branches and files.",
+        .details = "Needs a commit to be there already: a new repository clones instead. "
+                   "docs/transport.md tells what each failure means.",
+        .parameters = kFetchParameters,
+        .results = kFetchResults,
+        .example = "local code = git.do_fetch(\"/home/me/project\")",
+    },
+    {
         .name = "do_pull",
         .registered_name = "GIT_PULL",
         .summary = "Fetches the current branch from \"origin\" and merges what arrived.",
-        .details = "This build of the module cannot transfer: it logs an error and answers -1.",
-        .parameters = kTransferParameters,
-        .results = kTransferResults,
-        .example = "git.do_pull(\"/home/me/project\")",
+        .details =
+            "A merge commit is made in the name \"Merge\". Commit local changes first: a merge "
+            "that "
+            "would overwrite them is refused. **After conflicts no merge is in progress**: what is "
+            "committed then has one parent, and the next pull meets the same conflict until our "
+            "side has the other side's text; docs/transport.md tells how to go on. With a detached "
+            "HEAD nothing is merged.",
+        .parameters = kBranchParameters,
+        .results = kPullResults,
+        .example = "local code = git.do_pull(\"/home/me/project\", \"me\", \"{uwugit1}...\")",
     },
     {
         .name = "do_push",
         .registered_name = "GIT_PUSH",
-        .summary = "Pushes the current branch to \"origin\".",
-        .details = "This build of the module cannot transfer: it logs an error and answers -1.",
-        .parameters = kTransferParameters,
-        .results = kTransferResults,
-        .example = "git.do_push(\"/home/me/project\")",
+        .summary = "Pushes the current branch to the branch of that name on \"origin\".",
+        .details =
+            "**A push that a hook or a protected branch of the server refuses still answers 0.** "
+            "To be sure, call do_fetch afterwards and compare the branch with origin's, for "
+            "example with `git status --short --branch`: nothing may be ahead.",
+        .parameters = kBranchParameters,
+        .results = kPushResults,
+        .example = "local code = git.do_push(\"/home/me/project\", \"me\", \"{uwugit1}...\")",
     },
 };
 

@@ -38,6 +38,7 @@ struct Version {
 };
 constexpr int kOldest = Version{1, 1}.order();
 constexpr int kNewest = Version{1, 9}.order();
+constexpr int kRefusesNull = Version{1, 2}.order();
 constexpr int kExperimentalSha256 = 1 << 11;  // of git_libgit2_features
 
 bool find_version(GitModule* git, Version* version) {
@@ -96,6 +97,11 @@ bool is_supported_libgit2(GitModule* git) {
     return false;
   }
   return true;
+}
+
+bool refuses_null_arguments(GitModule* git) {
+  Version found;
+  return find_version(git, &found) && found.order() >= kRefusesNull;
 }
 
 const git_error* last_git_error(GitModule* git, bool* is_found) {

@@ -10,6 +10,10 @@ namespace uwugit {
 // in the log. A library that does not tell its version is taken as it is.
 bool is_supported_libgit2(GitModule* git);
 
+// Whether libgit2 answers a null where it needs an argument with an error. Before 1.2 it ends the
+// process.
+bool refuses_null_arguments(GitModule* git);
+
 // libgit2's last error, or null when there is none. From 1.8 on libgit2 answers "no error" as a
 // record of class 0. `is_found` tells whether libgit2 has the function at all.
 const git_error* last_git_error(GitModule* git, bool* is_found = nullptr);

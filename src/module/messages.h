@@ -94,8 +94,25 @@ inline constexpr char kRebased[] = "%3zRebase successful.";
 inline constexpr char kRebaseFinished[] = "%3zRebase finished.";
 inline constexpr char kRebaseAborted[] = "%3zRebase aborted.";
 
+// Repository lifecycle
+inline constexpr char kInitialised[] = "%3z%s repository successfully initialized.";
+inline constexpr char kRemoteUrlSet[] = "%3zRemote URL: %s successfully set for repository: %s.";
+inline constexpr char kNotDeleted[] = "%1zAn error occurred while trying to delete %s.";
+inline constexpr char kNothingToDelete[] =
+    "%1zAn error occurred while trying to delete %s. Location does not exist.";
+// Reset
+inline constexpr char kInvalidResetMode[] =
+    "%1z%s is an invalid mode. SOFT, MIXED or HARD are valid modes.";
+inline constexpr char kResetToCommit[] = "%3z%s reset to commit:%s successful.";
+inline constexpr char kFileRequired[] = "%1zA file path is required.";
+inline constexpr char kFileReset[] = "%3z%s reset successfully.";
+
 // Transfer
-inline constexpr char kTransferNotBuilt[] =
-    "%1zThis build of the module cannot transfer to or from a remote repository.";
+inline constexpr char kTransferNotOpened[] =
+    "%1zAn error occurred while opening local repository '%s'.";
+inline constexpr char kCredentialsRequired[] = "%1zCredentials Required.";
+inline constexpr char kNotAuthenticated[] = "%1zFailed to authenticate with the remote repository.";
+inline constexpr char kFetched[] = "%3zFetch successful!";
+inline constexpr char kPushed[] = "%3zPush successful!";
 
 }  // namespace uwugit::message

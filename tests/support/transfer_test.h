@@ -1,0 +1,81 @@
+// For tests of clone, fetch, pull and push: a remote, somebody else's working copy of it, and ours.
+#pragma once
+
+#include "module_test.h"
+#include "process.h"
+#include "servers.h"
+
+namespace uwugit::test {
+
+// What a call offers: user, password, public key, private key and certificate file.
+struct Offer {
+  std::string user = " ", password = " ", public_key = " ", private_key = " ", certificate = " ";
+  double uses_default = 0;
+
+  static Offer key(const std::string& user, const fs::path& file, const std::string& phrase = "") {
+    return {user, phrase, file.string() + ".pub", file, " "};
+  }
+};
+
+class Transfer : public ModuleTest {
+ protected:
+  Transfer() {
+    fs::create_directories(servers_);
+    git(sandbox_.root(), {"init", "--quiet", "--bare", bare_.string()});
+    git(bare_, {"config", "http.receivepack", "true"});
+    git(sandbox_.root(), {"clone", "--quiet", bare_.string(), other_.string()});
+    commit_elsewhere("first\n");
+  }
+
+  // Somebody else pushes a new content of "file".
+  std::string commit_elsewhere(const std::string& content) {
+    write_file(other_ / "file", content);
+    const std::string id = commit_all(other_, "theirs");
+    git(other_, {"push", "--quiet", "--force", "origin", "HEAD:main"});
+    return id;
+  }
+
+  std::string commit_here(const std::string& name, const std::string& content) {
+    write_file(work_ / name, content);
+    return commit_all(work_, "ours");
+  }
+
+  void clone_by_path() {
+    git(sandbox_.root(), {"clone", "--quiet", bare_.string(), work_.string()});
+  }
+  void set_origin(const std::string& url) { git(work_, {"remote", "set-url", "origin", url}); }
+  std::string remote_main() { return git(bare_, {"rev-parse", "main"}); }
+
+  // Calls do_fetch, do_pull or do_push.
+  std::string transfer(const std::string& function, const Offer& offer = {}) {
+    if (function == "do_fetch") {
+      return code(function, work_, offer.user, offer.password, offer.public_key, offer.private_key,
+                  " ", offer.certificate, offer.uses_default);
+    }
+    return code(function, work_, offer.user, offer.password, offer.public_key, offer.private_key,
+                offer.certificate, offer.uses_default);
+  }
+  std::string clone(const std::string& url, const Offer& offer = {}) {
+    return code("do_clone", url, work_, offer.user, offer.password, offer.public_key,
+                offer.private_key, offer.certificate, offer.uses_default);
+  }
+
+  // References, index and files, after a look at whether the repository is sound.
+  std::string state() {
+    const std::string leftovers = runner::run({"find", work_.string(), "-name", "*.lock", "-o",
+                                               "-name", "pack_git2_*", "-o", "-name", "MERGE_*"})
+                                      .output;
+    EXPECT_EQ(leftovers, "");
+    git(work_, {"fsck", "--strict"});
+    return git(work_, {"for-each-ref"}) + git(work_, {"status", "--porcelain"}) +
+           git(work_, {"rev-parse", "HEAD"});
+  }
+
+  fs::path servers_ = sandbox_.root() / "servers";
+  fs::path bare_ = sandbox_.root() / "repositories/remote.git";
+  fs::path other_ = sandbox_.root() / "other";
+  fs::path work_ = sandbox_.root() / "work";
+  fs::path known_hosts_ = sandbox_.root() / "home/.ssh/known_hosts";
+};
+
+}  // namespace uwugit::test
