@@ -26,6 +26,7 @@ inline constexpr char kVersion[] = "%3zLibgit2 version %d.%d.%d";
 
 // Opening a repository
 inline constexpr char kUnableToOpen[] = "%1zUnable to open local repository '%s'.";
+inline constexpr char kErrorOpening[] = "%1zAn error occurred while opening local repository '%s'.";
 
 // Status
 inline constexpr char kStagedNew[] = "%3zEntry: %s. Staged: True. Status: New.";
@@ -51,8 +52,6 @@ inline constexpr char kFileRequired[] = "%1zA file path is required.";
 inline constexpr char kFileReset[] = "%3z%s reset successfully.";
 
 // Log
-inline constexpr char kLogOpenFailed[] =
-    "%1zAn error occurred while opening local repository '%s'.";
 inline constexpr char kNoCommitObjects[] =
     "%1zCould not find any commit objects. Run GITFN_COMMIT_LOG on your repo prior to obtaining "
     "commit objects.";
@@ -100,16 +99,7 @@ inline constexpr char kRemoteUrlSet[] = "%3zRemote URL: %s successfully set for 
 inline constexpr char kNotDeleted[] = "%1zAn error occurred while trying to delete %s.";
 inline constexpr char kNothingToDelete[] =
     "%1zAn error occurred while trying to delete %s. Location does not exist.";
-// Reset
-inline constexpr char kInvalidResetMode[] =
-    "%1z%s is an invalid mode. SOFT, MIXED or HARD are valid modes.";
-inline constexpr char kResetToCommit[] = "%3z%s reset to commit:%s successful.";
-inline constexpr char kFileRequired[] = "%1zA file path is required.";
-inline constexpr char kFileReset[] = "%3z%s reset successfully.";
-
 // Transfer
-inline constexpr char kTransferNotOpened[] =
-    "%1zAn error occurred while opening local repository '%s'.";
 inline constexpr char kCredentialsRequired[] = "%1zCredentials Required.";
 inline constexpr char kNotAuthenticated[] = "%1zFailed to authenticate with the remote repository.";
 inline constexpr char kFetched[] = "%3zFetch successful!";

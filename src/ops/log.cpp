@@ -133,7 +133,7 @@ int get_commit_log(const HostArgumentBlock* arguments, double* result) {
   Held<git_repository> repo(call.git, free_git_repo);
   if (open_repo(call.git, path.text, &repo.it) < 0) {
     *result = kFailure;
-    xpslog(message::kLogOpenFailed, path.text);
+    xpslog(message::kErrorOpening, path.text);
     return 0;
   }
   walk_log(call, repo.it, path.text);

@@ -13,7 +13,7 @@ constexpr char kOrigin[] = "origin";
 bool open_origin(GitCall& call, const char* path, Origin* origin) {
   if (open_repo(call.git, path, &origin->repo.it) != 0) {
     *call.result = kFailure;
-    xpslog(message::kTransferNotOpened, path);
+    xpslog(message::kErrorOpening, path);
     return false;
   }
   if (attempt(GIT(call, git_remote_lookup), &origin->remote.it, origin->repo.it, kOrigin) < 0) {
