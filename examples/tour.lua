@@ -74,3 +74,6 @@ print("  code: " .. tostring(git.get_status(folder .. "/nothing-here")))
 say("At the end the entries are discarded, and so is the repository.")
 print("  code: " .. tostring(git.free_status_objects(repo)))
 host.remove(folder)
+
+say("The tour ends with two people and one remote repository (examples/team.lua):")
+dofile((arg[0]:gsub("[^/]*$", "")) .. "team.lua")

@@ -1,6 +1,7 @@
 // uwugit: runs programs, single calls and a shell against the git module.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 
@@ -24,6 +25,17 @@ void add_session_options(CLI::App* command, SessionOptions* options) {
   command->add_flag("--trace", options->is_traced,
                     "Show each libgit2 function looked up, with the time until the next one");
   command->add_flag("--memory", options->is_memory_shown, "Show pools and bytes at the end");
+}
+
+// What follows "--" on a command's line is never an option. It is taken off the line here: the
+// parser would not give it to a list of words that has begun before.
+std::vector<std::string> take_plain_words(std::string_view command, int* argc, char** argv) {
+  if (*argc < 2 || argv[1] != command) return {};
+  char** const end = argv + *argc;
+  char** const dashes = std::find(argv, end, std::string_view("--"));
+  if (dashes == end) return {};
+  *argc = static_cast<int>(dashes - argv);
+  return {dashes + 1, end};
 }
 
 int parse_and_run(int argc, char** argv) {
@@ -65,7 +77,11 @@ int parse_and_run(int argc, char** argv) {
   call->footer(
       "An argument that begins with a dash stands after \"--\". The exit status is 0 only when "
       "the call succeeded.");
-  call->callback([&] { status = call_command(options, name, words); });
+  const std::vector<std::string> plain_words = take_plain_words("call", &argc, argv);
+  call->callback([&] {
+    words.insert(words.end(), plain_words.begin(), plain_words.end());
+    status = call_command(options, name, words);
+  });
 
   CLI::App* shell = add_command("shell", "Lua, line by line, with the module loaded", true);
   shell->callback([&] { status = shell_command(options); });

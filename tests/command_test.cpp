@@ -55,6 +55,11 @@ TEST_F(Command, AnswersWithCodesOutputsAndExitStatus) {
        2,
        "uwugit: get_status: argument 1 (repository) is missing\nusage: get_status(repository) -> "
        "code\n"},
+      {{"call", "get_status_attribute", "-1", path, "--", "PATH"},
+       1,
+       "ERROR: Could not find any status objects. Run GITFN_STATUS on your repo prior to obtaining "
+       "repo status objects.\nreturn code: -2\nvalue: \n"},
+      {{"call", "free_status_objects", "--", "--trace"}, 1, "return code: 1\n"},
       {{"call", "nothing"},
        2,
        "uwugit: There is no function nothing. `uwugit functions` lists those there are.\n"},
