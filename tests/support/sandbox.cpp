@@ -8,12 +8,6 @@
 
 #include "process.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-// libgit2 1.5 keeps PCRE2's match data at each search of its configuration that finds nothing.
-extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:libpcre2\n"; }
-#endif
-
 namespace uwugit::test {
 
 Sandbox::Sandbox() : root_(runner::temporary_folder()) {
