@@ -23,7 +23,6 @@ UWUGIT_EXPORT HostFunction do_clone;
 UWUGIT_EXPORT HostFunction init_repo;
 UWUGIT_EXPORT HostFunction set_remote_url;
 UWUGIT_EXPORT HostFunction delete_repo;
-UWUGIT_EXPORT HostFunction do_fetch;
 UWUGIT_EXPORT HostFunction add_files_to_index;
 UWUGIT_EXPORT HostFunction remove_files_from_index;
 UWUGIT_EXPORT HostFunction do_commit;
@@ -42,6 +41,7 @@ UWUGIT_EXPORT HostFunction stash_apply;
 UWUGIT_EXPORT HostFunction stash_drop;
 UWUGIT_EXPORT HostFunction rebase;
 UWUGIT_EXPORT HostFunction rebase_operation;
+UWUGIT_EXPORT HostFunction do_fetch;
 UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
 UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
 
