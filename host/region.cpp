@@ -11,6 +11,11 @@ namespace {
 
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kHugePage = 2u << 20;
+constexpr std::size_t kReadiedAtOnce = 256u << 10;
+constexpr std::size_t kLeastReadied = 1u << 20;  // smaller mappings are not worth a call
+#ifndef MADV_POPULATE_WRITE
+#define MADV_POPULATE_WRITE 23  // of Linux 5.14; older ones refuse it, and pages come one by one
+#endif
 constexpr std::size_t kFirstMapping = 64u << 10;
 constexpr std::size_t kLargestDense = 64u << 20;
 constexpr std::size_t kLargestSparse = 1u << 30;
@@ -25,14 +30,22 @@ std::byte* reserve(std::size_t bytes) {
 
 void Region::start_with(std::byte* begin, std::byte* end) {
   cursor_ = begin;
-  end_ = end;
+  end_ = ready_ = end;
 }
 
 std::byte* Region::take(std::size_t bytes) {
   if (static_cast<std::size_t>(end_ - cursor_) < bytes && !map(bytes)) return nullptr;
   std::byte* taken = cursor_;
   cursor_ += bytes;
+  if (cursor_ > ready_) make_ready();
   return taken;
+}
+
+void Region::make_ready() {
+  const auto behind = static_cast<std::size_t>(end_ - ready_);
+  const std::size_t size = std::min(behind, kReadiedAtOnce);
+  madvise(ready_, size, MADV_POPULATE_WRITE);
+  ready_ += size;
 }
 
 bool Region::map(std::size_t least) {
@@ -44,13 +57,13 @@ bool Region::map(std::size_t least) {
   std::byte* memory = reserve(size);
   if (!memory && size > needed) memory = reserve(size = needed);
   if (!memory) return false;
-  if (size >= kHugePage) {
-    if (density_ == Density::kSparse) madvise(memory, size, MADV_NOHUGEPAGE);
-  }
+  const bool is_dense = density_ == Density::kDense;
+  if (!is_dense && size >= kHugePage) madvise(memory, size, MADV_NOHUGEPAGE);
   mappings_.push_back({memory, size});
   reserved_ += size;
   cursor_ = memory + kHeaderSize;
   end_ = memory + size;
+  ready_ = is_dense && size >= kLeastReadied ? memory : end_;
   UWUGIT_POISON(memory, size);
   return true;
 }
@@ -62,7 +75,7 @@ void Region::unmap() {
   }
   mappings_.clear();
   reserved_ = 0;
-  cursor_ = end_ = nullptr;
+  cursor_ = end_ = ready_ = nullptr;
 }
 
 }  // namespace uwugit::host

@@ -47,10 +47,15 @@ class Region {
   };
   bool map(std::size_t least);
   void unmap();
+  void make_ready();
 
   Density density_;
   std::byte* cursor_ = nullptr;
   std::byte* end_ = nullptr;
+  // Where pages that are not in memory yet may begin, a multiple of their size; `end_` where
+  // nothing is done about it. A dense region gets its pages in stretches: a fault for each costs
+  // twice that.
+  std::byte* ready_ = nullptr;
   std::vector<Mapping> mappings_;
   std::size_t reserved_ = 0;
 };
