@@ -1,5 +1,6 @@
 #include "uwugithost/call.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <limits>
@@ -91,7 +92,7 @@ Attempt attempt(Host& host, HostFunction* implementation, const Function& functi
   for (const Parameter& parameter : function.parameters) {
     if (parameter.kind == Kind::kOutput) {
       output_positions.push_back(position++);
-      arguments.output(capacity);
+      arguments.output(std::max(capacity, parameter.capacity));
     } else if (next < values.size()) {
       add_value();
     }
@@ -106,8 +107,11 @@ Attempt attempt(Host& host, HostFunction* implementation, const Function& functi
     if (parameter.kind != Kind::kOutput) continue;
     const std::size_t at = output_positions[parameter_number++];
     OutputValue output{parameter.name, {}};
-    if (formatted.characters == arguments.string(at).characters) {
-      if (formatted.length > capacity) made.wanted = formatted.length;
+    const HostString& string = arguments.string(at);
+    if (formatted.characters == string.characters) {
+      if (formatted.length > static_cast<std::size_t>(string.capacity)) {
+        made.wanted = formatted.length;
+      }
       output.text = arguments.output_text(at).substr(0, formatted.length);
     }
     made.outputs.push_back(std::move(output));

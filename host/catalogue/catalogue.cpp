@@ -17,6 +17,7 @@ std::span<const Function> catalogue() {
              staging_functions,
              commit_functions,
              log_functions,
+             diff_functions,
              reset_functions,
              branch_functions,
              merge_functions,

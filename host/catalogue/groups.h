@@ -10,6 +10,7 @@ inline constexpr Parameter kRepository = {"repository", Kind::kText,
 
 std::span<const Function> branch_functions();
 std::span<const Function> commit_functions();
+std::span<const Function> diff_functions();
 std::span<const Function> lifecycle_functions();
 std::span<const Function> log_functions();
 std::span<const Function> merge_functions();

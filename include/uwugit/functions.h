@@ -42,6 +42,11 @@ UWUGIT_EXPORT HostFunction stash_drop;
 UWUGIT_EXPORT HostFunction rebase;
 UWUGIT_EXPORT HostFunction rebase_operation;
 UWUGIT_EXPORT HostFunction do_fetch;
+UWUGIT_EXPORT HostFunction diff_commits;
+UWUGIT_EXPORT HostFunction diff_file_in_index;
+UWUGIT_EXPORT HostFunction get_diff_attribute;
+UWUGIT_EXPORT HostFunction write_diff_to_file;
+UWUGIT_EXPORT HostFunction free_diff_objects;
 UWUGIT_EXPORT HostFunction do_pull;  // also registered as GIT_PULL
 UWUGIT_EXPORT HostFunction do_push;  // also registered as GIT_PUSH
 

@@ -89,4 +89,38 @@ static_assert(offsetof(RepoLog, last) == 24);
 static_assert(offsetof(RepoLog, next) == 32);
 static_assert(offsetof(RepoLog, prev) == 40);
 
+// One changed file of a diff.
+struct DiffFileObject {
+  char* name;              // its path on the new side, NUL-terminated
+  char* content;           // JSON records, one for each line of the patch, NUL-terminated
+  const char* changeType;  // a constant word: "ADDED", "DELETED" or "MODIFIED"; null for any other
+  DiffFileObject* next;
+  DiffFileObject* prev;
+};
+static_assert(offsetof(DiffFileObject, name) == 0);
+static_assert(offsetof(DiffFileObject, content) == 8);
+static_assert(offsetof(DiffFileObject, changeType) == 16);
+static_assert(offsetof(DiffFileObject, next) == 24);
+static_assert(offsetof(DiffFileObject, prev) == 32);
+
+// One diff: of two commits of a repository, or of its working tree.
+struct DiffObject {
+  char* key1;  // the repository's path, upper-cased like the other two
+  char* key2;  // the first commit's id as the caller wrote it, or "INDEX"
+  char* key3;  // the second commit's id as the caller wrote it, or "WORKDIR"
+  HostPool* pool;
+  DiffFileObject* firstFile;
+  DiffFileObject* lastFile;
+  std::int64_t extra;  // the number of files
+  DiffObject* next;
+  DiffObject* prev;
+};
+static_assert(offsetof(DiffObject, key3) == 16);
+static_assert(offsetof(DiffObject, pool) == 24);
+static_assert(offsetof(DiffObject, firstFile) == 32);
+static_assert(offsetof(DiffObject, lastFile) == 40);
+static_assert(offsetof(DiffObject, extra) == 48);
+static_assert(offsetof(DiffObject, next) == 56);
+static_assert(offsetof(DiffObject, prev) == 64);
+
 }  // namespace uwugit

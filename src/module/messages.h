@@ -99,6 +99,22 @@ inline constexpr char kRemoteUrlSet[] = "%3zRemote URL: %s successfully set for 
 inline constexpr char kNotDeleted[] = "%1zAn error occurred while trying to delete %s.";
 inline constexpr char kNothingToDelete[] =
     "%1zAn error occurred while trying to delete %s. Location does not exist.";
+
+// Diff
+inline constexpr char kFileNotInDiff[] =
+    "%1zUnable to diff file \"%s\" because it's not currently in the index or it's a new file.";
+// The two name the function differently. Users search for the wording: it stays.
+inline constexpr char kNoDiffToRead[] =
+    "%1zCould not find any diff objects. Run GITFN_DIFF between two commits prior to obtaining "
+    "diff "
+    "objects.";
+inline constexpr char kNoDiffToWrite[] =
+    "%1zCould not find any diff objects. Run GIT_DIFF between two commits prior to obtaining data "
+    "from diff objects.";
+inline constexpr char kDiffFreed[] = "%3zDiff objects freed successfully.";
+inline constexpr char kDiffNotFreed[] =
+    "%1zAn error occurred while trying to free diff object of %s commit and %s commit";
+
 // Transfer
 inline constexpr char kCredentialsRequired[] = "%1zCredentials Required.";
 inline constexpr char kNotAuthenticated[] = "%1zFailed to authenticate with the remote repository.";

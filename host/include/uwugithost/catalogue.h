@@ -22,6 +22,9 @@ struct Parameter {
   std::string_view meaning;
   bool is_optional = false;
   bool is_repeated = false;  // the last parameters that are repeated may be given again as a group
+  // Bytes that an output variable is given at once. 0: what most values need; a longer one is asked
+  // for by a second call, which a function that does more than answer must not see.
+  std::size_t capacity = 0;
 };
 
 // When a row of a function's results applies. The first row that does decides.

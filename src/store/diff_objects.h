@@ -1,0 +1,53 @@
+// Diffs, kept between calls: one DiffObject per repository path and pair of commits, each with its
+// own pool and the list of its DiffFileObject records.
+#pragma once
+
+#include <cstddef>
+
+#include "uwugit/records.h"
+
+namespace uwugit {
+
+extern DiffObject* headDiffObject;  // the first object, or null
+// The object that the current operation works on: set by a new diff, by lookups and by the free,
+// which clears it together with its object.
+extern DiffObject* workingDiffObject;
+
+// What is kept beside the record of a file, so that neither a further line nor a read measures the
+// content.
+struct MeasuredDiffFile : DiffFileObject {
+  std::size_t content_length;
+};
+
+// The keys are NUL-terminated. They are stored as they are, not copied, so they must live as long
+// as the object; the object's pool takes its name from key1.
+DiffObject* createNewDiffObject(char* key1, char* key2, char* key3);  // not linked
+DiffObject* insertDiffObjectAtHead(char* key1, char* key2, char* key3);
+DiffObject* insertDiffObjectAtTail(char* key1, char* key2, char* key3);
+
+// Moves the object's keys into its own pool, where they live exactly as long as it does.
+void own_keys(DiffObject* diff);
+
+// Whether these are the object's keys (case-sensitive, trailing blanks insignificant).
+bool has_keys(const DiffObject* diff, const char* key1, const char* key2, const char* key3);
+
+// The first object of these keys, or null. Upper-cases the caller's keys in place, but no stored
+// ones: only an object whose keys were upper-cased before can be found.
+DiffObject* findDiffObject(char* key1, char* key2, char* key3);
+
+// Finds the object in the same way and frees it with all its files: 0, also when there is none; 1
+// when its pool could not be destroyed.
+int free_diffObject(char* key1, char* key2, char* key3);
+
+// Files of workingDiffObject, which must be set. The records come from its pool.
+//
+// A record put at the head of a list that is not empty is linked in front of the first one, which
+// stays the first: a walk from the first, a search and the numbers do not meet it.
+void insertDiffFileObjectAtHead(DiffFileObject* file);
+void insertDiffFileObjectAtTail(DiffFileObject* file);
+DiffFileObject* findDiffFileObject(const char* name);  // by a walk; null when there is none
+
+// The file with that number, counted from 1, or null. Costs the same for every number.
+DiffFileObject* diff_file(DiffObject* diff, std::int64_t number);
+
+}  // namespace uwugit
