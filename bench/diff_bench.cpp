@@ -14,6 +14,7 @@
 #include <map>
 #include <numeric>
 #include <random>
+#include <sstream>
 
 #include "support.h"
 
@@ -31,7 +32,7 @@ struct Commits {
   std::string second;
 };
 
-// Line k of file n in the old or the new commit.
+// A line of one file in the old or the new commit.
 void write_line(std::ostream& out, bool is_new, int file, int line, bool is_changed) {
   out << (is_new && is_changed ? "  changed" : "  first") << "(" << file << ", " << line
       << ");  // a line of usual length\n";
@@ -147,7 +148,7 @@ void diff_module(benchmark::State& state, int files, int lines) {
   }
 }
 
-// What the process holds for a kept diff, beside the bytes of its names and contents.
+// What the process holds for a kept diff, beside the bytes of its contents.
 void memory(benchmark::State& state, int files, int lines) {
   const Commits commits = commits_of(files, lines);
   for (auto _ : state) {
