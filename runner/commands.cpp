@@ -108,6 +108,7 @@ int call_command(const SessionOptions& options, const std::string& name,
   Session session(options);
   const host::Outcome outcome = session.call(function, values);
   std::printf("return code: %s\n", outcome.code_text().c_str());
+  if (outcome.result.returned != 0) std::printf("returned: %d\n", outcome.result.returned);
   for (const host::OutputValue& output : outcome.outputs) {
     std::printf("%.*s: ", static_cast<int>(output.name.size()), output.name.data());
     std::fwrite(output.text.data(), 1, output.text.size(), stdout);

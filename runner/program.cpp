@@ -49,7 +49,9 @@ std::vector<host::Value> values_from_stack(lua_State* lua) {
 }
 
 int push_outcome(lua_State* lua, const host::Outcome& outcome) {
-  if (outcome.result.is_unchanged) {
+  if (outcome.result.is_unchanged && outcome.result.returned != 0) {
+    lua_pushinteger(lua, outcome.result.returned);  // how a function without a code says "no"
+  } else if (outcome.result.is_unchanged) {
     lua_pushliteral(lua, "unchanged");
   } else if (const lua_Number code = outcome.result.code; lua_Number(lua_Integer(code)) == code) {
     lua_pushinteger(lua, lua_Integer(code));

@@ -37,13 +37,11 @@ TEST_F(Reset, MovesTheBranchInEachMode) {
 TEST_F(Reset, RefusesWhatIsNoCommitOrMode) {
   write_file(repo_ / "b", "changed\n");
   const std::string git_error = "-1 ERROR: Return code from GIT is ";
-  const std::string invalid = " is an invalid mode. SOFT, MIXED or HARD are valid modes.\n$";
   const std::string rows[][3] = {
-      {"no id", "HARD", git_error + "(3). unable to parse OID"},
       {first_.substr(0, 12), "HARD", git_error + "(9). object not found"},
       {git(repo_, {"rev-parse", "HEAD^{tree}"}), "HARD", git_error + "(3). the requested type"},
-      {first_, " hard", "-1 ERROR:  HARD" + invalid},
-      {first_, "", "-1 ERROR: " + invalid}};
+      {first_, " hard",
+       "-1 ERROR:  HARD is an invalid mode. SOFT, MIXED or HARD are valid modes.\n$"}};
   for (const auto& [id, mode, expected] : rows) {
     EXPECT_PRED2(starts_with, answer("reset_to_commit", repo_, id, mode), expected);
   }
@@ -62,13 +60,11 @@ TEST_F(Reset, OfAFileTouchesNoOther) {
   EXPECT_EQ(answer("reset_file_in_index", repo_, "a"), "0 NOTE: a reset successfully.\n$");
   EXPECT_EQ(read_file(repo_ / "a"), "two\n");
   EXPECT_EQ(status(), " M b\nA  staged\n?? untracked\n?? x1\n?? x2");
-  EXPECT_EQ(code("reset_file_in_index", repo_, "staged"), "0");
-  EXPECT_EQ(code("reset_file_in_index", repo_, "x[12]"), "0") << "a pattern";
-  EXPECT_EQ(code("reset_file_in_index", repo_, "nothing"), "0");
+  for (const char* file : {"staged", "x[12]", "nothing"}) {  // also a pattern
+    EXPECT_EQ(code("reset_file_in_index", repo_, file), "0");
+  }
   EXPECT_EQ(answer("reset_file_in_index", repo_, ""), "-1 ERROR: A file path is required.\n$");
   EXPECT_EQ(status(), " M b\n?? untracked");
-  EXPECT_PRED2(starts_with, answer("reset_file_in_index", sandbox_.new_repository("unborn"), "b"),
-               "-1 ERROR: Return code from GIT is (4). ");
 }
 
 // libgit2's reset fails without an error to show: the state of the merge is cleared instead.
@@ -88,8 +84,6 @@ TEST_F(Reset, FallsBackOnClearingTheState) {
 
 TEST_F(Reset, ToleratesAnyMissingFunction) {
   const std::string rows[][3] = {{"git_libgit2_init", "unchanged$", "unchanged$"},
-                                 {"git_repository_open", "-1 ERROR: Unable", "-1 ERROR: Unable"},
-                                 {"git_oid_fromstrp", "-1 ERROR: No", "0 NOTE: "},
                                  {"git_commit_lookup", "-1 ERROR: No", "0 NOTE: "},
                                  {"git_reset", "0 NOTE: ", "0 NOTE: "},
                                  {"git_checkout_head", "0 NOTE: ", "0 NOTE: "}};

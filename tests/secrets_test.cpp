@@ -7,10 +7,8 @@
 #include <cstring>
 #include <fstream>
 
-#include "process.h"
 #include "support/leaks.h"
-#include "support/module_test.h"
-#include "support/servers.h"
+#include "support/transfer_test.h"
 
 namespace uwugit::test {
 namespace {
@@ -19,97 +17,75 @@ namespace {
 class Secret {
  public:
   explicit Secret(const fs::path& folder) : file_(folder / "secret") {
-    // The password, its hash for the web server, and its encoded form.
-    const fs::path users = folder / "users", encoded_file = folder / "encoded";
-    shell("openssl rand -hex 16 | tr -d '\\n' > " + file_.string() + " && printf 'me:%s\\n' \"$(" +
-          "openssl passwd -6 -in " + file_.string() + ")\" > " + users.string() + " && " +
-          UWUGIT_COMMAND + " encode-password < " + file_.string() + " > " + encoded_file.string());
-    hash = read_file(users);
-    encoded = read_file(encoded_file);
-    encoded.pop_back();  // the line break
-    const int file = open(file_.c_str(), O_RDONLY | O_CLOEXEC);
-    EXPECT_EQ(read(file, masked_, sizeof masked_), ssize_t{sizeof masked_});
-    close(file);
-    for (char& c : masked_) c ^= kMask;
+    shell("openssl rand -hex 16 | tr -d '\\n' > " + file_);
+    masked_ = shell("tr 0-9a-f g-v < " + file_);
+    hash = "me:" + shell("openssl passwd -6 -in " + file_);
+    encoded =
+        shell(std::string("printf %s $(") + UWUGIT_COMMAND + " encode-password < " + file_ + ")");
   }
 
   // Locks a private key with it.
   void lock(const fs::path& key) const {
-    shell("ssh-keygen -q -p -P '' -N \"$(cat " + file_.string() + ")\" -f " + key.string());
+    shell("ssh-keygen -q -p -P '' -N \"$(cat " + file_ + ")\" -f " + key.string());
   }
 
   void write_to(char* where) const {
-    for (const char c : masked_) *where++ = static_cast<char>(c ^ kMask);
+    for (const char c : masked_) *where++ = kDigits[c - 'g'];
   }
   static constexpr std::size_t kLength = 32;
 
   // The writable mappings of this process that hold it, a line each.
-  std::string find() const;
+  std::string find() const {
+    constexpr std::size_t chunk = 1 << 20;
+    constexpr std::size_t largest = 1ul << 32;  // the sanitizers' maps of memory are larger
+    static char buffer[chunk];
+    const auto is_masked = [](char masked, char c) { return c == kDigits[masked - 'g']; };
+    std::string found;
+    const int memory = open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+      std::size_t begin = 0, end = 0;
+      char rights[5] = {};
+      if (std::sscanf(line.c_str(), "%zx-%zx %4s", &begin, &end, rights) != 3) continue;
+      if (rights[1] != 'w' || end - begin > largest) continue;
+      for (std::size_t at = begin; at < end; at += chunk - kLength) {
+        const ssize_t got =
+            pread(memory, buffer, std::min(chunk, end - at), static_cast<off_t>(at));
+        for (const char* text = buffer; text + kLength <= buffer + got; ++text) {
+          if (std::equal(masked_.begin(), masked_.end(), text, is_masked)) found += line + "\n";
+        }
+        explicit_bzero(buffer, sizeof buffer);
+      }
+    }
+    close(memory);
+    return found;
+  }
 
   std::string hash;
   std::string encoded;
 
  private:
-  static constexpr char kMask = 0x55;
+  static constexpr char kDigits[] = "0123456789abcdef";
 
-  static void shell(const std::string& script) {
+  static std::string shell(const std::string& script) {
     const runner::CommandResult result = runner::run({"sh", "-c", script});
     EXPECT_EQ(result.status, 0) << result.output;
+    return result.output;
   }
 
-  bool is_at(const char* text) const {
-    for (std::size_t i = 0; i < kLength; ++i) {
-      if ((text[i] ^ kMask) != masked_[i]) return false;
-    }
-    return true;
-  }
-
-  fs::path file_;
-  char masked_[kLength];
+  std::string file_;
+  std::string masked_;
 };
 
-std::string Secret::find() const {
-  constexpr std::size_t chunk = 1 << 20;
-  constexpr std::size_t largest = std::size_t{1}
-                                  << 32;  // the sanitizers' maps of memory are larger
-  static char buffer[chunk];
-  std::string found;
-  const int memory = open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
-  std::ifstream maps("/proc/self/maps");
-  for (std::string line; std::getline(maps, line);) {
-    std::size_t begin = 0, end = 0;
-    char rights[5] = {};
-    if (std::sscanf(line.c_str(), "%zx-%zx %4s", &begin, &end, rights) != 3) continue;
-    if (rights[1] != 'w' || end - begin > largest) continue;
-    for (std::size_t at = begin; at < end; at += chunk - kLength) {
-      const ssize_t got = pread(memory, buffer, std::min(chunk, end - at), static_cast<off_t>(at));
-      for (ssize_t i = 0; i + ssize_t{kLength} <= got; ++i) {
-        if (is_at(buffer + i)) found += line + "\n";
-      }
-      explicit_bzero(buffer, sizeof buffer);
-    }
-  }
-  close(memory);
-  return found;
-}
-
-class Secrets : public ModuleTest {};
+using Secrets = Transfer;
 
 // In the module, in the host and also in libgit2, whose own copies it wipes itself.
 TEST_F(Secrets, AreGoneAfterTheCall) {
-  const fs::path servers = sandbox_.root() / "servers", clone = sandbox_.root() / "clone";
-  fs::create_directory(servers);
-  const fs::path bare = sandbox_.root() / "repositories/remote.git";
-  git(sandbox_.root(), {"init", "--quiet", "--bare", bare.string()});
-  const fs::path work = sandbox_.new_repository();
-  commit_all(work, "one");
-  git(work, {"push", "--quiet", bare.string(), "main"});
   const Secret secret(sandbox_.root());
-  const Authority authority(servers);
-  const WebServer web(servers, bare.parent_path(), authority, secret.hash);
-  SshServer ssh(servers);
-  const fs::path key = ssh.make_key("ed25519"),
-                 known_hosts = sandbox_.root() / "home/.ssh/known_hosts";
+  const Authority authority(servers_);
+  const WebServer web(servers_, bare_.parent_path(), authority, secret.hash);
+  SshServer ssh(servers_);
+  const fs::path key = ssh.make_key("ed25519");
   secret.lock(key);
 
   HostPool* pool = host_.pools().create("control");
@@ -120,32 +96,30 @@ TEST_F(Secrets, AreGoneAfterTheCall) {
   pool->destroy(pool);
 
   const std::string me = SshServer::user();
+  const auto password = [&](const char* user) {
+    return Offer{user, secret.encoded, " ", " ", authority.authority};
+  };
   const struct {
     std::string url;
-    std::string user;
-    std::string key;
+    Offer offer;
     const char* code;
   } rows[] = {
-      {web.https("remote.git"), "me", " ", "0"},
-      {web.https("remote.git"), "you", " ", "-3"},
-      {web.https("none.git"), "me", " ", "34"},
-      {"http://127.0.0.1:1/", "me", " ", "2"},
-      {ssh.url(bare), me, key, "0"},
-      {ssh.url(bare), "you", key, "23"},
+      {web.https("remote.git"), password("me"), "0"},
+      {web.https("remote.git"), password("you"), "-3"},
+      {web.https("none.git"), password("me"), "34"},
+      {"http://127.0.0.1:1/", password("me"), "2"},
+      {ssh.url(bare_), Offer::key(me, key, secret.encoded), "0"},
+      {ssh.url(bare_), Offer::key("you", key, secret.encoded), "23"},
   };
-  write_file(known_hosts, ssh.known_host({"ed25519"}));
+  write_file(known_hosts_, ssh.known_host({"ed25519"}));
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.url + " " + row.user);
     const LeaksOverSsh leaks(row.url);
-    EXPECT_EQ(code("do_clone", row.url, clone, row.user, secret.encoded,
-                   row.key == " " ? " " : row.key + ".pub", row.key, authority.authority),
-              row.code);
-    EXPECT_EQ(secret.find(), "");
-    fs::remove_all(clone);
+    EXPECT_EQ(clone(row.url, row.offer), row.code);
+    EXPECT_EQ(secret.find(), "") << row.url << " " << row.offer.user;
+    fs::remove_all(work_);
   }
-  const fs::path unborn = sandbox_.new_repository("unborn");
-  git(unborn, {"remote", "add", "origin", bare.string()});
-  EXPECT_EQ(code("do_pull", unborn, "me", secret.encoded), "unchanged");
+  work_ = sandbox_.new_repository();
+  EXPECT_EQ(transfer("do_pull", password("me")), "unchanged") << "without a branch";
   EXPECT_EQ(secret.find(), "");
 }
 

@@ -32,15 +32,6 @@ class Status : public ModuleTest {
   }
 };
 
-TEST_F(Status, OfACleanRepositoryHasNoEntries) {
-  write_file(repo_ / "a", "a");
-  commit_all(repo_, "one");
-  EXPECT_EQ(code("get_status", repo_), "0");
-  EXPECT_EQ(logged(), "");
-  EXPECT_EQ(code("get_status_attribute", 1, repo_, "PATH"), "2");
-  EXPECT_EQ(logged(), "");
-}
-
 // Every kind of change that a working tree can show; the notes and entries are the module's
 // contract.
 TEST_F(Status, ReportsEveryKindOfChange) {
@@ -51,6 +42,13 @@ TEST_F(Status, ReportsEveryKindOfChange) {
   write_file(repo_ / "old-name", "a text that is long enough to be found again by its content\n");
   write_file(repo_ / ".gitignore", "ignored\n");
   commit_all(repo_, "base");
+  git(repo_, {"switch", "--quiet", "--create", "topic"});
+  write_file(repo_ / "kept", "theirs\n");
+  commit_all(repo_, "theirs");
+  git(repo_, {"switch", "--quiet", "main"});
+  write_file(repo_ / "kept", "ours\n");
+  commit_all(repo_, "ours");
+  runner::run({"git", "-C", repo_.string(), "merge", "topic"});  // stops at the conflict
 
   write_file(repo_ / "mod", "changed\n");
   write_file(repo_ / "staged-mod", "changed\n");
@@ -71,11 +69,12 @@ TEST_F(Status, ReportsEveryKindOfChange) {
   fs::create_symlink("kept", repo_ / "type");
   write_file(repo_ / "untracked/deep/file", "new\n");
 
-  EXPECT_EQ(code("get_status", repo_), "16");
+  EXPECT_EQ(code("get_status", repo_), "17");
   EXPECT_EQ(logged(),
             "NOTE: Entry: both-mod. Staged: False. Status: Modified.\n"
             "NOTE: Entry: both-mod. Staged: True. Status: Modified.\n"
             "NOTE: Entry: gone. Staged: False. Status: Deleted.\n"
+            "NOTE: Entry: kept. Staged: False. Status: Conflicted.\n"
             "NOTE: Entry: mod. Staged: False. Status: Modified.\n"
             "NOTE: Entry: mod-gone. Staged: False. Status: Modified.\n"
             "NOTE: Entry: mod-gone. Staged: False. Status: Deleted.\n"
@@ -89,10 +88,11 @@ TEST_F(Status, ReportsEveryKindOfChange) {
             "NOTE: Entry: staged-type. Staged: True. Status: Typechange.\n"
             "NOTE: Entry: type. Staged: False. Status: Typechange.\n"
             "NOTE: Entry: untracked/deep/file. Staged: False. Status: New.\n");
-  EXPECT_EQ(entries(16),
+  EXPECT_EQ(entries(17),
             "both-mod modified TRUE\n"
             "both-mod modified FALSE\n"
             "gone deleted FALSE\n"
+            "kept conflicted FALSE\n"
             "mod modified FALSE\n"
             "mod-gone modified TRUE\n"
             "mod-gone deleted FALSE\n"
@@ -108,26 +108,11 @@ TEST_F(Status, ReportsEveryKindOfChange) {
             "untracked/deep/file new FALSE\n");
 
   std::set<std::string> ours;
-  for (int i = 1; i <= 16; ++i) ours.insert(attribute(i, "PATH"));
+  for (int i = 1; i <= 17; ++i) ours.insert(attribute(i, "PATH"));
   std::set<std::string> theirs;
   std::istringstream porcelain(git(repo_, {"status", "--porcelain", "--untracked-files=all"}));
   for (std::string line; std::getline(porcelain, line);) theirs.insert(line.substr(3));
   EXPECT_EQ(ours, theirs);
-}
-
-TEST_F(Status, ReportsConflicts) {
-  write_file(repo_ / "file", "base\n");
-  commit_all(repo_, "base");
-  git(repo_, {"switch", "--quiet", "--create", "topic"});
-  write_file(repo_ / "file", "theirs\n");
-  commit_all(repo_, "theirs");
-  git(repo_, {"switch", "--quiet", "main"});
-  write_file(repo_ / "file", "ours\n");
-  commit_all(repo_, "ours");
-  runner::run({"git", "-C", repo_.string(), "merge", "topic"});  // fails: that is the point
-  EXPECT_EQ(code("get_status", repo_), "1");
-  EXPECT_EQ(logged(), "NOTE: Entry: file. Staged: False. Status: Conflicted.\n");
-  EXPECT_EQ(entries(1), "file conflicted FALSE\n");
 }
 
 // What the flags mean is a table of whole values: the walk is replaced by one that reports each
@@ -187,6 +172,8 @@ TEST_F(Status, FillsTheWholeVariable) {
 
 TEST_F(Status, KeepsTheEntriesOfEachRepositoryUntilTheyAreFreedOrReplaced) {
   const fs::path other = sandbox_.new_repository("other");
+  EXPECT_EQ(code("get_status", repo_), "0");
+  EXPECT_EQ(code("get_status_attribute", 1, repo_, "PATH"), "2") << "an empty object";
   write_file(repo_ / "one", "x");
   write_file(other / "two", "x");
   call("get_status", repo_);
@@ -250,8 +237,9 @@ TEST_F(Status, TakesFileNamesOfAnyBytes) {
   EXPECT_TRUE(found.contains(deep)) << "a value longer than the first guess at its room";
 }
 
-// Each libgit2 function that get_status looks up: what happens when the library lacks it.
-TEST_F(Status, ToleratesAnyMissingFunction) {
+// Each libgit2 function that get_status looks up: what happens when the library lacks it, or when
+// it fails.
+TEST_F(Status, ToleratesAnyMissingOrFailingFunction) {
   write_file(repo_ / "file", "x");
   const struct {
     const char* function;
@@ -274,18 +262,14 @@ TEST_F(Status, ToleratesAnyMissingFunction) {
     EXPECT_EQ(code("get_status", repo_), row.code) << row.function;
     EXPECT_EQ(logged(), row.log) << row.function;
   }
-  hide_function("git_error_last");
-  EXPECT_EQ(code("get_status", sandbox_.root() / "nothing"), "-2");
-  EXPECT_EQ(logged(), "");
-}
-
-// libgit2 may hold the error of an earlier step that it got over itself; that is what is reported.
-TEST_F(Status, ReportsAWalkThatFails) {
   for (const char* function : {"git_status_list_new", "git_status_foreach"}) {
     replace_function(function, reinterpret_cast<void*>(+[](void*, void*, void*) { return -1; }));
     EXPECT_EQ(code("get_status", repo_), "-2") << function;
     EXPECT_TRUE(logged().starts_with("ERROR: ")) << function;
   }
+  hide_function("git_error_last");
+  EXPECT_EQ(code("get_status", sandbox_.root() / "nothing"), "-2");
+  EXPECT_EQ(logged(), "");
 }
 
 }  // namespace

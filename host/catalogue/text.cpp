@@ -115,7 +115,10 @@ std::string catalogue_as_markdown() {
       "Each function answers a return code. A code that a function leaves alone is shown as\n"
       "\"unchanged\". Outputs are character variables of the caller; the command and Lua programs "
       "get\n"
-      "them back as extra results instead of giving them.\n";
+      "them back as extra results instead of giving them.\n\n"
+      "A row \"returned 1\" tells of the function's own integer result; Lua programs get it where "
+      "the\n"
+      "return code is left alone.\n";
   for (const Function& function : catalogue()) {
     text += "\n## " + std::string(function.name) + "\n\n```\n" + usage(function) + "\n```\n\n" +
             std::string(function.summary);

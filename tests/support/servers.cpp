@@ -119,16 +119,17 @@ Server::Server(const Command& command, const fs::path& log) {
 }
 
 Server git_daemon(const fs::path& folder, const fs::path& repositories) {
+  std::vector<std::string> command = {"git",
+                                      "daemon",
+                                      "--reuseaddr",
+                                      "--listen=127.0.0.1",
+                                      "--export-all",
+                                      "--enable=receive-pack",
+                                      "--base-path=" + repositories.string()};
   return Server(
       [&](int port) {
-        return std::vector<std::string>{"git",
-                                        "daemon",
-                                        "--reuseaddr",
-                                        "--listen=127.0.0.1",
-                                        "--export-all",
-                                        "--enable=receive-pack",
-                                        "--base-path=" + repositories.string(),
-                                        "--port=" + std::to_string(port)};
+        command.push_back("--port=" + std::to_string(port));
+        return command;
       },
       folder / "daemon.log");
 }
@@ -137,34 +138,16 @@ Authority::Authority(const fs::path& folder)
     : authority(folder / "authority.pem"),
       certificate(folder / "server.pem"),
       key(folder / "server.key") {
-  const fs::path authority_key = folder / "authority.key";
-  run_or_throw({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
-                "ec_paramgen_curve:prime256v1", "-nodes", "-days", "2", "-subj",
-                "/CN=Test authority", "-keyout", authority_key, "-out", authority});
-  run_or_throw({"openssl",
-                "req",
-                "-x509",
-                "-newkey",
-                "ec",
-                "-pkeyopt",
-                "ec_paramgen_curve:prime256v1",
-                "-nodes",
-                "-days",
-                "2",
-                "-subj",
-                "/CN=localhost",
-                "-addext",
-                "subjectAltName=DNS:localhost",
-                "-addext",
-                "basicConstraints=critical,CA:FALSE",
-                "-CA",
-                authority,
-                "-CAkey",
-                authority_key,
-                "-keyout",
-                key,
-                "-out",
-                certificate});
+  const std::string new_key =
+      "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 ";
+  // The folder is the first parameter.
+  const std::string script =
+      new_key + "-subj '/CN=Test authority' -keyout \"$0/authority.key\" " +
+      "-out \"$0/authority.pem\" && " + new_key +
+      "-subj /CN=localhost -addext subjectAltName=DNS:localhost " +
+      "-addext basicConstraints=critical,CA:FALSE -CA \"$0/authority.pem\" " +
+      "-CAkey \"$0/authority.key\" -keyout \"$0/server.key\" -out \"$0/server.pem\"";
+  run_or_throw({"sh", "-c", script, folder});
 }
 
 namespace {
