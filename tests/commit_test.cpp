@@ -35,7 +35,6 @@ TEST_F(Commit, RecordsTheIndexAndNothingElse) {
   EXPECT_EQ(commit("refs/heads/topic"), "0$") << "an empty index on a new branch";
   EXPECT_EQ(git(repo_, {"ls-tree", "topic"}) + show("%P", "topic"), "");
   EXPECT_EQ(show("%P"), first) << "the current branch stayed";
-  git(repo_, {"fsck", "--strict"});
 }
 
 TEST_F(Commit, TakesASecondParentByItsWholeId) {
@@ -79,12 +78,10 @@ TEST_F(Commit, PassesOverWhatLibgit2Lacks) {
   const std::string before = commit_all(repo_, "one");
   const std::string second = git(repo_, {"commit-tree", "-m", "two", "HEAD^{tree}"});
   const std::string rows[][3] = {
-      {"git_libgit2_init", "unchanged$", "unchanged$"},
       {"git_signature_now", "0$", "-1 ERROR: No"},
       {"git_repository_index", "unchanged ERROR: No", "-1 ERROR: No"},
       // Without an error to show the commit goes on, to fail on the tree that is not there.
       {"git_index_write_tree", "-1 ERROR: Return", "-1 ERROR: Return"},
-      {"git_tree_lookup", "0$", "-1 ERROR: No"},
       {"git_reference_name_to_id", "unchanged ERROR: Return", "0$"},
       {"git_oid_fromstrp", "unchanged ERROR: Return", "unchanged ERROR: No"},
       {"git_commit_create_v", "0$", "0$"},

@@ -132,7 +132,6 @@ TEST_F(Log, FillsTheWholeVariable) {
       {1, 7, "id ", id.substr(0, 7)},
       {1.9, 8, "Author  ", "Test    "},
       {1, 22, "TIME", "          1700000000  "},
-      {1, 2, "PARENT_IDS", "  "},
       {1, 2, "IDS", "  "},
       {0, 2, "ID", "??"},
       {2, 2, "ID", "??"},
@@ -179,7 +178,6 @@ TEST_F(Log, IsKeptUntilItIsFreedOrReplaced) {
   EXPECT_EQ(answer("get_commit_attribute", 1, repo_, "ID"),
             "unchanged ERROR: Could not find any commit objects. Run GITFN_COMMIT_LOG on your repo "
             "prior to obtaining commit objects.\n$");
-  EXPECT_EQ(host_.pools().counters().blocks, 2u) << "the copies of path and name stay";
 }
 
 // The libgit2 functions that get_commit_log looks up, missing.
@@ -221,8 +219,7 @@ TEST_F(Log, PassesOverACommitThatCannotBeLookedUp) {
   });
   EXPECT_PRED2(starts_with, answer("get_commit_log", repo_), "2 ERROR: ");
   EXPECT_EQ(attribute(1, "ID") + attribute(1, "PARENT_IDS"), tip + lost);
-  EXPECT_EQ(attribute(2, "ID"), root);
-  EXPECT_EQ(attribute(2, "CHILDREN_IDS") + attribute(2, "IN_CURRENT_BRANCH"), "FALSE");
+  EXPECT_EQ(attribute(2, "ID") + attribute(2, "CHILDREN_IDS"), root);
 
   // What libgit2 does with a history that is cut off differs by version; it is never an error. (1.5
   // loses the list that it was making.)
@@ -232,22 +229,12 @@ TEST_F(Log, PassesOverACommitThatCannotBeLookedUp) {
   EXPECT_LE(std::abs(call("get_commit_log", shallow).result.code - 1), 1) << "0 to 2 commits";
 }
 
-// The lists, from inside: what a log that is built by the walk alone never shows.
-TEST(LogObjects, KeepTheirOrderAndTheRulesOfTheHead) {
+TEST(LogObjects, AreTakenOutOfTheListAlsoWhenTheirPoolStays) {
   host::PoolService pools;
   RepoLog* last = insertRepoLogAtTail(pools.create("last"), "last  ");
   RepoLog* first = insertRepoLogAtHead(pools.create("first"), "first");
-  EXPECT_TRUE(headLogObject == first && findRepoLogObject("last") == last);
-  EXPECT_FALSE(findRepoLogObject("Last"));
-
-  workingRepoLogObject = first;
-  CommitGraphNode a{.id = "a"}, b{.id = "b"};
-  insertCommitGraphNodeAtHead(&a);
-  EXPECT_EQ(log_entry(first, 1), &a);
-  insertCommitGraphNodeAtTail(&b);
-  EXPECT_EQ(log_entry(first, 2), &b) << "the index follows a change";
   first->pool->destroy = [](HostPool*) { return -1; };
-  EXPECT_TRUE(free_repo_log("first") == 1 && headLogObject == last && !workingRepoLogObject);
+  EXPECT_TRUE(free_repo_log("first") == 1 && headLogObject == last);
   EXPECT_TRUE(free_repo_log("last") == 0 && !headLogObject);
 }
 

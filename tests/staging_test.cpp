@@ -60,9 +60,6 @@ TEST_F(Staging, LeavesTheIndexWhenItIsLocked) {
   EXPECT_PRED2(starts_with, answer("add_files_to_index", repo_, "a"), locked);
   EXPECT_PRED2(starts_with, answer("remove_files_from_index", repo_, "b"), locked);
   EXPECT_EQ(staged(), "M\tb");
-  EXPECT_EQ(answer("add_files_to_index", "/nowhere"),
-            "-1 ERROR: Unable to open local repository '/nowhere'.\n$");
-  EXPECT_PRED2(starts_with, answer("add_files_to_index", repo_), "-1 ERROR: No detailed");
 }
 
 // libgit2 functions that the two look up: missing, then failing.
@@ -75,7 +72,6 @@ TEST_F(Staging, ToleratesAnyMissingOrFailingFunction) {
       {"add", "git_index_remove_bypath", "-1$", "0$"},
       {"add", "git_index_write", "0$", "-1 ERROR: "},
       {"remove", "git_repository_head", "-1 ERROR: No", "0$"},
-      {"remove", "git_reference_peel", "-1 ERROR: No", "-1 ERROR: No"},
       {"remove", "git_reset_default", "0$", "-1 ERROR: No"},
   };
   for (const auto& [verb, function, missing, failing] : rows) {
