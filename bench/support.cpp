@@ -20,8 +20,8 @@ class PairReporter : public benchmark::ConsoleReporter {
  public:
   bool ReportContext(const Context& context) override {
     std::printf(
-        "libgit2 raw and through the module, in the same process; medians of repetitions that "
-        "are interleaved at random.\n");
+        "libgit2 raw and through the module, in the same process; medians of the "
+        "processor's time, repetitions interleaved at random.\n");
     return ConsoleReporter::ReportContext(context);
   }
 
@@ -31,7 +31,7 @@ class PairReporter : public benchmark::ConsoleReporter {
       if (run.aggregate_name != "median") continue;
       std::string name = run.run_name.function_name;
       if (!run.run_name.args.empty()) name += "/" + run.run_name.args;
-      medians_[name] = run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+      medians_[name] = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
     }
   }
 
