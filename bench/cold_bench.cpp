@@ -48,10 +48,9 @@ int main(int argc, char** argv) {
   std::vector<char*> words = {argv[0], in_order};
   words.insert(words.end(), argv + 1, argv + argc);
   const fs::path plain = plain_libgit2();
-  benchmark::RegisterBenchmark("get_status/10_files/without_companion", get_status, plain)
+  add_row("get_status/10_files/without_companion", get_status, plain)
       ->Unit(benchmark::kMicrosecond);
-  benchmark::RegisterBenchmark("get_status/10_files/with_companion", get_status,
-                               fs::path(UWUGIT_LIBRARY_FOLDER))
+  add_row("get_status/10_files/with_companion", get_status, fs::path(UWUGIT_LIBRARY_FOLDER))
       ->Unit(benchmark::kMicrosecond);
   return run(static_cast<int>(words.size()), words.data());
 }

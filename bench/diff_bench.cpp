@@ -201,8 +201,8 @@ void read_attributes(benchmark::State& state, const char* attribute, bool is_ran
 void register_rows() {
   const auto add = [](const std::string& work, int files, int lines) {
     for (const bool is_raw : {true, false}) {
-      benchmark::RegisterBenchmark((work + (is_raw ? "/raw" : "/module")).c_str(),
-                                   is_raw ? diff_raw : diff_module, files, lines)
+      add_row((work + (is_raw ? "/raw" : "/module")).c_str(), is_raw ? diff_raw : diff_module,
+              files, lines)
           ->Unit(benchmark::kMillisecond);
     }
   };
@@ -215,18 +215,17 @@ void register_rows() {
   }
   for (const auto& [files, lines] :
        {std::pair{2'500, kLinesInFile}, {20'000, kLinesInFile}, {1, 500'000}}) {
-    benchmark::RegisterBenchmark(("memory/" + std::to_string(files) + "_files").c_str(), memory,
-                                 files, lines)
+    add_row(("memory/" + std::to_string(files) + "_files").c_str(), memory, files, lines)
         ->Iterations(1)
         ->Repetitions(1)
         ->Unit(benchmark::kMillisecond);
   }
   for (const char* attribute : {"FILE", "DIFF_CONTENT"}) {
     for (const bool is_random : {false, true}) {
-      benchmark::RegisterBenchmark((std::string("attribute/20000_files/") + attribute +
-                                    (is_random ? "/random" : "/in_order"))
-                                       .c_str(),
-                                   read_attributes, attribute, is_random);
+      add_row((std::string("attribute/20000_files/") + attribute +
+               (is_random ? "/random" : "/in_order"))
+                  .c_str(),
+              read_attributes, attribute, is_random);
     }
   }
 }

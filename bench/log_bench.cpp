@@ -84,9 +84,9 @@ void free_log(benchmark::State& state) {
 
 void register_build(const std::string& work, const Path& repo) {
   const auto unit = benchmark::kMillisecond;
-  benchmark::RegisterBenchmark((work + "/walk").c_str(), build_walk, repo)->Unit(unit);
-  benchmark::RegisterBenchmark((work + "/raw").c_str(), build_raw, repo)->Unit(unit);
-  benchmark::RegisterBenchmark((work + "/module").c_str(), build_module, repo)->Unit(unit);
+  add_row((work + "/walk").c_str(), build_walk, repo)->Unit(unit);
+  add_row((work + "/raw").c_str(), build_raw, repo)->Unit(unit);
+  add_row((work + "/module").c_str(), build_module, repo)->Unit(unit);
 }
 
 void register_rows() {
@@ -100,8 +100,8 @@ void register_rows() {
     static const fs::path repo = given;
     register_build("log/repository", []() -> const fs::path& { return repo; });
   }
-  benchmark::RegisterBenchmark("memory/200000_commits", memory)->Iterations(1)->Repetitions(1);
-  benchmark::RegisterBenchmark("free/200000_commits", free_log)
+  add_row("memory/200000_commits", memory)->Iterations(1)->Repetitions(1);
+  add_row("free/200000_commits", free_log)
       ->Unit(benchmark::kMillisecond)
       ->Iterations(1)
       ->Repetitions(3);

@@ -102,8 +102,8 @@ void register_rows() {
   for (const auto& [name, attributes] : readings) {
     for (const bool is_random : {false, true}) {
       const std::string work = name + (is_random ? "/random" : "/in_order");
-      benchmark::RegisterBenchmark((work + "/raw").c_str(), read_raw, attributes, is_random);
-      benchmark::RegisterBenchmark((work + "/module").c_str(), read_module, attributes, is_random);
+      add_row((work + "/raw").c_str(), read_raw, attributes, is_random);
+      add_row((work + "/module").c_str(), read_module, attributes, is_random);
     }
   }
 }

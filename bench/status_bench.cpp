@@ -152,18 +152,15 @@ void register_rows() {
   for (const int files : {10, 1'000, 10'000, 100'000}) {
     const std::string work = "status/" + std::to_string(files) + "_files";
     const auto unit = files == 10 ? benchmark::kMicrosecond : benchmark::kMillisecond;
-    benchmark::RegisterBenchmark((work + "/raw").c_str(), status_raw, files)->Unit(unit);
-    benchmark::RegisterBenchmark((work + "/module").c_str(), status_module, files)->Unit(unit);
+    add_row((work + "/raw").c_str(), status_raw, files)->Unit(unit);
+    add_row((work + "/module").c_str(), status_module, files)->Unit(unit);
   }
-  benchmark::RegisterBenchmark("own_share/10_files", own_share);
-  benchmark::RegisterBenchmark("own_share/companion_bracket", companion_bracket);
-  benchmark::RegisterBenchmark("attribute/100000_entries/PATH/in_order", read_attributes, "PATH",
-                               false);
-  benchmark::RegisterBenchmark("attribute/100000_entries/PATH/random", read_attributes, "PATH",
-                               true);
-  benchmark::RegisterBenchmark("attribute/100000_entries/STAGED/random", read_attributes, "STAGED",
-                               true);
-  benchmark::RegisterBenchmark("attribute/ten_million_reads", read_ten_million)
+  add_row("own_share/10_files", own_share);
+  add_row("own_share/companion_bracket", companion_bracket);
+  add_row("attribute/100000_entries/PATH/in_order", read_attributes, "PATH", false);
+  add_row("attribute/100000_entries/PATH/random", read_attributes, "PATH", true);
+  add_row("attribute/100000_entries/STAGED/random", read_attributes, "STAGED", true);
+  add_row("attribute/ten_million_reads", read_ten_million)
       ->Iterations(1)
       ->Repetitions(1)
       ->Unit(benchmark::kMillisecond);

@@ -4,6 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -25,6 +26,17 @@ struct LoadedHost {
 
 // The process's host, with the companion. Made at the first use.
 LoadedHost& loaded_host();
+
+// Registers a row as Google Benchmark does. UWUGIT_BENCH_ITERATIONS in the environment fixes how
+// often each runs, for script/count-instructions.
+template <class... Given>
+benchmark::internal::Benchmark* add_row(const char* name, Given&&... given) {
+  auto* row = benchmark::RegisterBenchmark(name, std::forward<Given>(given)...);
+  if (const char* iterations = std::getenv("UWUGIT_BENCH_ITERATIONS")) {
+    row->Iterations(std::atol(iterations));
+  }
+  return row;
+}
 
 // Calls a function of the module and ends the benchmark with an error when its code is negative.
 double call(std::string_view function, host::Arguments& arguments, benchmark::State& state);
