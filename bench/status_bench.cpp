@@ -6,8 +6,10 @@
 #include <git2.h>
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <numeric>
 #include <random>
 
@@ -101,6 +103,32 @@ void read_attributes(benchmark::State& state, const char* attribute, bool is_ran
   }
 }
 
+// What the memory alone costs: as many records of the same size, reached through an array of
+// pointers in the same orders, and a text of each copied into a blank-filled variable.
+void read_plain_records(benchmark::State& state, bool is_random) {
+  struct Record {
+    char path[80];
+  };
+  std::vector<std::unique_ptr<Record>> records(kAttributeEntries);
+  for (auto& record : records) {
+    record = std::make_unique<Record>();
+    std::strcpy(record->path, "folder-100/file-10000.txt");
+  }
+  std::vector<std::size_t> order(kAttributeEntries);
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  if (is_random) std::shuffle(order.begin(), order.end(), std::mt19937(1));
+  char variable[256];
+  std::size_t next = 0;
+  for (auto _ : state) {
+    std::memset(variable, ' ', sizeof variable);
+    const char* path = records[order[next]]->path;
+    std::memcpy(variable, path, std::strlen(path));
+    benchmark::DoNotOptimize(variable);
+    benchmark::ClobberMemory();
+    if (++next == order.size()) next = 0;
+  }
+}
+
 // Ten million reads; what the process holds afterwards beside what it held before.
 void read_ten_million(benchmark::State& state) {
   const std::string path = changed_repository(10).string();
@@ -160,6 +188,8 @@ void register_rows() {
   add_row("attribute/100000_entries/PATH/in_order", read_attributes, "PATH", false);
   add_row("attribute/100000_entries/PATH/random", read_attributes, "PATH", true);
   add_row("attribute/100000_entries/STAGED/random", read_attributes, "STAGED", true);
+  add_row("attribute/100000_plain_records/in_order", read_plain_records, false);
+  add_row("attribute/100000_plain_records/random", read_plain_records, true);
   add_row("attribute/ten_million_reads", read_ten_million)
       ->Iterations(1)
       ->Repetitions(1)
