@@ -9,6 +9,7 @@
 #include "module/registration.h"
 #include "module/sysmsg.h"
 #include "module/vector_stubs.h"
+#include "store/log_objects.h"
 #include "store/status_objects.h"
 #include "support/sandbox.h"
 #include "support/strings.h"
@@ -288,6 +289,27 @@ TEST_F(Rooms, KeepStatusObjectsInOrder) {
   c->pool->destroy = [](HostPool*) { return 1; };
   EXPECT_EQ(free_repo_status("c"), -2);
   EXPECT_EQ(headStatus, nullptr);
+}
+
+// A node put at the head is linked in front of the first and does not become it, and a list begun
+// that way has no last node.
+TEST_F(Rooms, KeepTheHeadOfALogWhereItIs) {
+  RepoLog* log = insertRepoLogAtTail(host_.pools().create("log"), "repo");
+  workingRepoLogObject = log;
+  CommitGraphNode first{}, second{}, third{}, front{};
+  insertCommitGraphNodeAtHead(&first);
+  insertCommitGraphNodeAtTail(&second);
+  insertCommitGraphNodeAtTail(&third);
+  insertCommitGraphNodeAtHead(&front);
+  EXPECT_EQ(log->first, &first);
+  EXPECT_EQ(log->last, nullptr);
+  EXPECT_EQ(first.prev, &front);
+  EXPECT_EQ(front.next, &first);
+  EXPECT_EQ(log_entry(log, 3), &third);
+  EXPECT_EQ(log_entry(log, 4), nullptr);
+  EXPECT_EQ(free_repo_log("repo"), 0);
+  EXPECT_EQ(free_repo_log("repo"), 0) << "also when there is none";
+  EXPECT_EQ(headLogObject, nullptr);
 }
 
 }  // namespace

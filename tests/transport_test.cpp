@@ -44,6 +44,7 @@ TEST_F(Transport, WorksOverEveryTransport) {
       {web.https("remote.git"), password},
       {ssh.url(bare_), Offer::key(me, ssh.make_key("ed25519"))},
       {ssh.url(bare_), Offer::key(me, ssh.make_key("ed25519", "open"), "open")},
+      {ssh.url(bare_), Offer::key(me, ssh.make_key("ecdsa"))},
       {ssh.url(bare_), Offer::key(me, ssh.make_key("ecdsa", "open"), encoded)},
   };
   for (const auto& [url, offer] : rows) {
@@ -112,6 +113,7 @@ TEST_F(Transport, LeavesEverythingAsItWasWhenItIsNotLetIn) {
       {"no private key", shell, {me, "", good.public_key, " "}, refused, known},
       {"a password over SSH", shell, {me, "secret"}, kind, known},
       {"no user in the URL", ssh.url(bare_, ""), good, kind, known},
+      {"another user in the URL", ssh.url(bare_, "someone"), good, someone, known},
       {"another user", shell, Offer::key("someone", key), someone, known},
       {"an unknown host", shell, good, host, ""},
       {"a changed host key", shell, good, host, changed},
