@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <list>
 #include <map>
 
 #include "gitbind/compatibility.h"
@@ -61,9 +62,10 @@ TEST_F(Binding, RefusesALibgit2WhoseRecordsItDoesNotKnow) {
       {{1, 8, 1 << 11},
        "ERROR: libgit2 1.8.3 cannot be used. It was built with experimental SHA-256 support.\n"},
   };
+  std::list<MadeUpGit> libraries;  // each is asked once, so each row has its own
   for (const auto& row : rows) {
     found = row.version;
-    MadeUpGit git;
+    MadeUpGit& git = libraries.emplace_back();
     git.add(L"git_libgit2_version", tell_version);
     git.add(
         L"git_libgit2_features", +[] { return found.features; });
@@ -132,8 +134,10 @@ TEST_F(Binding, PreparesTransfersOfEveryVersion) {
     EXPECT_EQ(clone->fetch_opts.callbacks.credentials, callback);
     EXPECT_EQ(clone->fetch_opts.callbacks.payload, &payload);
   }
+  MadeUpGit oldest;
+  oldest.add(L"git_libgit2_version", tell_version);
   found = {1, 1, 0};
-  prepare_transfer(&git, Transfer::kPush, &options, callback, &payload);
+  prepare_transfer(&oldest, Transfer::kPush, &options, callback, &payload);
   void* at_96 = nullptr;
   std::memcpy(&at_96, options.bytes + 8 + 96, sizeof at_96);
   EXPECT_EQ(at_96, &payload);

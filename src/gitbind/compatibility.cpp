@@ -41,11 +41,27 @@ constexpr int kNewest = Version{1, 9}.order();
 constexpr int kRefusesNull = Version{1, 2}.order();
 constexpr int kExperimentalSha256 = 1 << 11;  // of git_libgit2_features
 
-bool find_version(GitModule* git, Version* version) {
-  auto* ask = GIT_FUNCTION(git, git_libgit2_version);
-  if (!ask) return false;
-  ask(&version->major, &version->minor, &version->revision);
-  return true;
+// What the library that is in use told of itself.
+struct Libgit2 {
+  GitModule* git = nullptr;
+  bool has_version = false;
+  Version version;
+  bool is_sha256_experimental = false;
+};
+
+// Asks when the loaded module is another one than at the call before, so that the first function of
+// an ordinary call is libgit2's initialisation.
+const Libgit2& library(GitModule* git) {
+  static Libgit2 latest;
+  if (latest.git == git) return latest;
+  latest = {.git = git, .has_version = false, .version = {}, .is_sha256_experimental = false};
+  if (auto* ask = GIT(git, git_libgit2_version)) {
+    ask(&latest.version.major, &latest.version.minor, &latest.version.revision);
+    latest.has_version = true;
+    const int features = if_found(GIT(git, git_libgit2_features));
+    latest.is_sha256_experimental = (features & kExperimentalSha256) != 0;
+  }
+  return latest;
 }
 
 // Where the transfer records differ.
@@ -67,17 +83,17 @@ void initialise(TransferOptions* options, int (*init)(Options*, unsigned), unsig
 std::size_t callbacks_offset(GitModule* git, Transfer transfer, TransferOptions* options) {
   switch (transfer) {
     case Transfer::kFetch:
-      initialise<git_fetch_options>(options, GIT_FUNCTION(git, git_fetch_options_init),
+      initialise<git_fetch_options>(options, GIT(git, git_fetch_options_init),
                                     GIT_FETCH_OPTIONS_VERSION, GIT_FETCH_OPTIONS_INIT);
       return kCallbacksInOptions;
     case Transfer::kPush:
-      initialise<git_push_options>(options, GIT_FUNCTION(git, git_push_options_init),
+      initialise<git_push_options>(options, GIT(git, git_push_options_init),
                                    GIT_PUSH_OPTIONS_VERSION, GIT_PUSH_OPTIONS_INIT);
       return kCallbacksInOptions;
     case Transfer::kClone:
       break;
   }
-  initialise<git_clone_options>(options, GIT_FUNCTION(git, git_clone_options_init),
+  initialise<git_clone_options>(options, GIT(git, git_clone_options_init),
                                 GIT_CLONE_OPTIONS_VERSION, GIT_CLONE_OPTIONS_INIT);
   return kFetchOptionsInClone + kCallbacksInOptions;
 }
@@ -85,27 +101,23 @@ std::size_t callbacks_offset(GitModule* git, Transfer transfer, TransferOptions*
 }  // namespace
 
 bool is_supported_libgit2(GitModule* git) {
-  Version found;
-  if (!find_version(git, &found)) return true;
-  if (found.order() < kOldest || found.order() > kNewest) {
-    xpslog(message::kUnsupportedVersion, found.major, found.minor, found.revision);
-    return false;
-  }
-  auto* features = GIT_FUNCTION(git, git_libgit2_features);
-  if (features && (features() & kExperimentalSha256)) {
-    xpslog(message::kUnsupportedSha256, found.major, found.minor, found.revision);
-    return false;
-  }
-  return true;
+  const Libgit2& found = library(git);
+  if (!found.has_version) return true;
+  const Version& version = found.version;
+  const bool is_known = version.order() >= kOldest && version.order() <= kNewest;
+  if (is_known && !found.is_sha256_experimental) return true;
+  xpslog(is_known ? message::kUnsupportedSha256 : message::kUnsupportedVersion, version.major,
+         version.minor, version.revision);
+  return false;
 }
 
 bool refuses_null_arguments(GitModule* git) {
-  Version found;
-  return find_version(git, &found) && found.order() >= kRefusesNull;
+  const Libgit2& found = library(git);
+  return found.has_version && found.version.order() >= kRefusesNull;
 }
 
 const git_error* last_git_error(GitModule* git, bool* is_found) {
-  auto* last = GIT_FUNCTION(git, git_error_last);
+  auto* last = GIT(git, git_error_last);
   if (is_found) *is_found = last != nullptr;
   const git_error* error = last ? last() : nullptr;
   return error && error->klass != GIT_ERROR_NONE ? error : nullptr;
@@ -126,10 +138,9 @@ int log_git_error(GitModule* git) {
 void prepare_transfer(GitModule* git, Transfer transfer, TransferOptions* options,
                       git_credential_acquire_cb credentials, void* payload) {
   const std::size_t callbacks = callbacks_offset(git, transfer, options);
-  Version version{1, 9};
-  find_version(git, &version);
-  const std::size_t payload_at =
-      version.order() < Version{1, 2}.order() ? kPayloadBefore1_2 : kPayloadInCallbacks;
+  const Libgit2& found = library(git);
+  const bool is_before_1_2 = found.has_version && found.version.order() < Version{1, 2}.order();
+  const std::size_t payload_at = is_before_1_2 ? kPayloadBefore1_2 : kPayloadInCallbacks;
   std::memcpy(options->bytes + callbacks + kCredentialsInCallbacks, &credentials,
               sizeof credentials);
   std::memcpy(options->bytes + callbacks + payload_at, &payload, sizeof payload);

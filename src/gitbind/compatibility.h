@@ -28,10 +28,10 @@ inline constexpr unsigned kCheckoutSafe = 1;
 inline constexpr unsigned kCheckoutForce = 2;
 inline constexpr unsigned kCheckoutAllowConflicts = 16;
 inline constexpr unsigned kCheckoutRemoveUntracked = 32;
-// Reports what would be overwritten and touches nothing. Older libraries do so for want of "safe"
-// and "force", 1.9 for bit 30, which the older ones do not know; bits 8 and 19 keep them all from
-// writing the index and ignored files.
-inline constexpr unsigned kCheckoutDryRun = 1u << 30 | 1u << 19 | 1u << 8;
+// Reports what would be overwritten and touches nothing: libraries that do not know bit 24 do so
+// for want of "safe" and "force". Bits 8 and 19 keep them all from writing the index and ignored
+// files.
+inline constexpr unsigned kCheckoutDryRun = 1u << 24 | 1u << 19 | 1u << 8;
 
 // Room for the options of a transfer, which grow and shift between versions.
 struct alignas(16) TransferOptions {

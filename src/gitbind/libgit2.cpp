@@ -44,17 +44,17 @@ void* find_git_function(GitModule* git, const char* name, const wchar_t* wide_na
 }
 
 int init_git(GitModule* git) {
-  auto* init = GIT_FUNCTION(git, git_libgit2_init);
+  auto* init = GIT(git, git_libgit2_init);
   return init ? init() : -1;
 }
 
 int shutdown_git(GitModule* git) {
-  auto* shutdown = GIT_FUNCTION(git, git_libgit2_shutdown);
+  auto* shutdown = GIT(git, git_libgit2_shutdown);
   return shutdown ? shutdown() : 0;
 }
 
 int open_repo(GitModule* git, const char* path, git_repository** repo) {
-  auto* open = GIT_FUNCTION(git, git_repository_open);
+  auto* open = GIT(git, git_repository_open);
   return open ? open(repo, path) : -1;
 }
 

@@ -22,16 +22,22 @@ void unloadGitModule();  // libgit2 stays for the life of the process: does noth
 // The address of a libgit2 function, or null. Both spellings are the same name.
 void* find_git_function(GitModule* git, const char* name, const wchar_t* wide_name);
 
-// A typed lookup from one spelling of the name: GIT(call, git_repository_open)(...). `source` is
-// anything with a member `git`.
-#define GIT(source, name) GIT_FUNCTION((source).git, name)
-#define GIT_FUNCTION(git_module, name) \
-  (reinterpret_cast<decltype(&::name)>(::uwugit::find_git_function(git_module, #name, L"" #name)))
+// A typed lookup from one spelling of the name: GIT(call, git_repository_open). `where` is a
+// GitModule* or what converts to one, as a call does.
+#define GIT(where, name) \
+  (reinterpret_cast<decltype(&::name)>(::uwugit::find_git_function(where, #name, L"" #name)))
 
-// Calls a libgit2 function with what was looked up; -1 when it could not be found.
+// What it means for a step that libgit2 lacks its function is one of two things.
+//
+// The step needs the function: without it, it fails with -1.
 template <class... Parameters>
-int attempt(int (*function)(Parameters...), std::type_identity_t<Parameters>... given) {
+int required(int (*function)(Parameters...), std::type_identity_t<Parameters>... given) {
   return function ? function(given...) : -1;
+}
+// The step is passed over: 0, null or nothing.
+template <class Answer, class... Parameters>
+Answer if_found(Answer (*function)(Parameters...), std::type_identity_t<Parameters>... given) {
+  return function ? function(given...) : Answer();
 }
 
 // The count of initialisations, at least 1 on success; -1 when the function cannot be found.

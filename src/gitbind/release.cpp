@@ -3,13 +3,13 @@
 namespace uwugit {
 
 // One line a release function: its name, the object and the libgit2 function.
-#define FREES_ANY(function, type, libgit2_function)                                    \
-  void function(type* object, GitModule* git) {                                        \
-    if (auto* release = GIT_FUNCTION(git, libgit2_function); release) release(object); \
+#define FREES_ANY(function, type, libgit2_function)                           \
+  void function(type* object, GitModule* git) {                               \
+    if (auto* release = GIT(git, libgit2_function); release) release(object); \
   }
 #define FREES_UNLESS_NULL(function, type, libgit2_function) \
   void function(type* object, GitModule* git) {             \
-    auto* release = GIT_FUNCTION(git, libgit2_function);    \
+    auto* release = GIT(git, libgit2_function);             \
     if (release && object) release(object);                 \
   }
 

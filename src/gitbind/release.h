@@ -24,21 +24,41 @@ void free_git_object(git_object* object, GitModule* git);
 void free_git_index_conflict_iterator(git_index_conflict_iterator* iterator, GitModule* git);
 void free_git_status_list(git_status_list* list, GitModule* git);
 
+// Which of them frees a type.
+template <class T>
+inline constexpr void (*kRelease)(T*, GitModule*) = nullptr;
+#define RELEASED_BY(type, function) \
+  template <>                       \
+  inline constexpr void (*kRelease<type>)(type*, GitModule*) = function;
+RELEASED_BY(git_repository, free_git_repo)
+RELEASED_BY(git_tree, free_git_tree)
+RELEASED_BY(git_commit, free_git_commit)
+RELEASED_BY(git_signature, free_git_signature)
+RELEASED_BY(git_remote, free_git_remote)
+RELEASED_BY(git_reference, free_git_reference)
+RELEASED_BY(git_annotated_commit, free_git_annotated_commit)
+RELEASED_BY(git_rebase, free_git_rebase)
+RELEASED_BY(git_diff, free_git_diff)
+RELEASED_BY(git_revwalk, free_git_revwalk)
+RELEASED_BY(git_index, free_git_index)
+RELEASED_BY(git_object, free_git_object)
+RELEASED_BY(git_index_conflict_iterator, free_git_index_conflict_iterator)
+RELEASED_BY(git_status_list, free_git_status_list)
+#undef RELEASED_BY
+
 // Owns a libgit2 object together with the module that must free it: `it` is freed at the end of the
 // scope if it was made. Declared on the line before the call that fills it, so that several end in
 // reverse order of creation.
 template <class T>
 struct Held {
-  Held(GitModule* git_module, void (*release_function)(T*, GitModule*))
-      : git(git_module), release(release_function) {}
+  explicit Held(GitModule* git_module) : git(git_module) {}
   ~Held() {
-    if (it) release(it, git);
+    if (it) kRelease<T>(it, git);
   }
   Held(const Held&) = delete;
   Held& operator=(const Held&) = delete;
 
   GitModule* git;
-  void (*release)(T*, GitModule*);
   T* it = nullptr;
 };
 

@@ -34,8 +34,7 @@ std::int32_t number_argument(const HostArgumentBlock* arguments, int position) {
   constexpr double lowest = std::numeric_limits<std::int32_t>::min();
   constexpr double highest = std::numeric_limits<std::int32_t>::max();
   const double number = *argument<const double>(arguments, position);
-  if (std::isnan(number)) return 0;
-  if (number <= lowest) return std::numeric_limits<std::int32_t>::min();
+  if (std::isnan(number) || number <= lowest) return std::numeric_limits<std::int32_t>::min();
   if (number >= highest) return std::numeric_limits<std::int32_t>::max();
   return static_cast<std::int32_t>(number);
 }
@@ -44,10 +43,7 @@ HostString* output_argument(const HostArgumentBlock* arguments, int position) {
   return argument<HostString>(arguments, position);
 }
 
-PoolText::PoolText(HostPool* from, HostText original)
-    : pool(from),
-      length(original.is_present() ? static_cast<std::size_t>(original.length) : 0),
-      text(copy_text(from, original.characters, length)) {}
+PoolText::PoolText(HostPool* from, HostText original) : PoolText(from, "", original) {}
 
 PoolText::PoolText(HostPool* from, const char* prefix, HostText original) : pool(from) {
   const std::size_t prefix_length = wzstlen(prefix);

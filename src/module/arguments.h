@@ -19,7 +19,8 @@ struct HostText {
 HostText text_argument(const HostArgumentBlock* arguments, int position);
 HostText optional_text_argument(const HostArgumentBlock* arguments, int position);
 
-// Truncates toward zero; NaN is 0, and what 32 bits cannot hold becomes the nearest they can.
+// Truncates toward zero. What 32 bits cannot hold becomes the nearest that they can. A number that
+// is none (a missing value of the host's program) becomes the lowest, which is out of every range.
 std::int32_t number_argument(const HostArgumentBlock* arguments, int position);
 
 HostString* output_argument(const HostArgumentBlock* arguments, int position);

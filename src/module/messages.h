@@ -83,6 +83,9 @@ inline constexpr char kStashDropped[] = "%3z%s stash successfully dropped.";
 // Rebase. The misspelt word is one that programs look for in the log: it stays.
 inline constexpr char kRebaseError[] =
     "%1zAn error occured while rebasing. Abort the rebase and try again.";
+inline constexpr char kRebaseNotUndone[] =
+    "%1zThe rebase stays in progress: undoing it would overwrite local files. Move them away, then "
+    "abort the rebase.";
 inline constexpr char kRebaseConflict[] =
     "%1zAn error occured while rebasing commit [%s]. Check for conflicts.";
 inline constexpr char kRebaseAdvice[] =

@@ -28,7 +28,7 @@ void fncinit();
 void* vmalcp_handler(std::size_t bytes, std::uint64_t flags);
 
 // Sets the macro variables SYSMSG (the code's message text) and SYSRC (the code). Ends the run when
-// memory runs out.
-void set_sysmsg(int code);
+// memory runs out. It is in the delivered module although nothing there calls it.
+[[gnu::used]] void set_sysmsg(int code);
 
 }  // namespace uwugit

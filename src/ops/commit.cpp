@@ -1,15 +1,9 @@
-// do_commit(repository, reference, name, email, message [, parent]) -> 0
+// do_commit(repository, reference, name, email, message [, parent]) -> 0, -1
 //
-// Records the index as a commit and moves the reference ("HEAD", "refs/heads/topic") to it. The
-// reference's target becomes the first parent; a reference that does not resolve, as before the
-// first commit, makes a commit without one. With a sixth argument the commit has a second parent
-// of that id. Name and e-mail sign it as author and committer.
-//
-// 0: libgit2 was asked to create the commit, which can still have failed: compare the reference.
-// -1: no repository, signature, index or tree. Unchanged: libgit2 could not be loaded or
-// initialised, or the index could not be written as a tree, or a parent was not found.
-//
-// Example: do_commit("/home/me/project", "HEAD", "Me", "me@example.org", "Add the report");
+// 0 means that libgit2 was asked to create the commit, which can still have failed. The return code
+// stays as it was where the index could not be written as a tree or a parent was not found. What
+// libgit2 lacks is passed over as if it had succeeded; the steps after it then fail on what it did
+// not make.
 
 #include "gitbind/frame.h"
 #include "uwugit/functions.h"
@@ -17,97 +11,90 @@
 namespace uwugit {
 namespace {
 
-constexpr FrameRules kDoCommit = {.pool_name = "gitCommitPool",
-                                  .is_result_preset = false,
-                                  .is_load_failure_reported = false,
-                                  .failure = kFailure};
+constexpr FrameRules kDoCommit = {.pool_name = "gitCommitPool", .is_load_failure_reported = false};
 constexpr std::int64_t kCountWithSecondParent = 6;
 constexpr std::size_t kMergeParents = 2;
 constexpr char kEncoding[] = "UTF-8";
 
-// All that a commit needs, looked up at once. What libgit2 lacks is passed over as if it had
-// succeeded; the steps after it then fail on what it did not make.
-struct CommitFunctions {
-  GitModule* git;
-  decltype(&git_signature_now) sign = GIT(*this, git_signature_now);
-  decltype(&git_repository_index) get_index = GIT(*this, git_repository_index);
-  decltype(&git_index_write_tree) write_tree = GIT(*this, git_index_write_tree);
-  decltype(&git_tree_lookup) find_tree = GIT(*this, git_tree_lookup);
-  decltype(&git_reference_name_to_id) resolve = GIT(*this, git_reference_name_to_id);
-  decltype(&git_commit_lookup) find_commit = GIT(*this, git_commit_lookup);
-  decltype(&git_commit_create_v) create = GIT(*this, git_commit_create_v);
-  decltype(&git_oid_fromstrp) parse_id = GIT(*this, git_oid_fromstrp);
-};
+// The parents of the new commit, as far as there are any.
+struct Parents {
+  explicit Parents(GitModule* git) : second(git), first(git) {}
 
-// A step failed and the return code stays as the host set it.
-void give_up(GitCall& call) { log_git_error(call.git); }
+  Held<git_commit> second;
+  Held<git_commit> first;
+  std::size_t count = 0;
+};
 
 // A failure counts only when libgit2 can say what it was. Without that the commit goes ahead, and
 // where no tree was written the lookup that follows fails.
-bool write_tree(const CommitFunctions& git, git_index* index, git_oid* id) {
-  if (!git.write_tree) return true;
+bool write_tree(const RepoCall& call, git_index* index, git_oid* id) {
+  auto* write = GIT(call, git_index_write_tree);
+  if (!write) return true;
   if (!index) return false;  // libgit2 before 1.2 ends the process when it is given none
-  return git.write_tree(id, index) >= 0 || !last_git_error(git.git);
+  return write(id, index) >= 0 || !last_git_error(call);
+}
+
+// A reference that does not resolve, as before the first commit, has no commit to be the parent.
+bool find_first_parent(const RepoCall& call, const char* reference, Parents* parents) {
+  git_oid id{};
+  if (if_found(GIT(call, git_reference_name_to_id), &id, call.repo.it, reference) != 0) return true;
+  parents->count = 1;
+  return if_found(GIT(call, git_commit_lookup), &parents->first.it, call.repo.it, &id) >= 0;
 }
 
 // The id may be a prefix as far as parsing goes. libgit2 fills it with zeros, so that only a whole
-// id finds its commit.
-bool find_second_parent(const CommitFunctions& git, git_repository* repo, const char* text,
-                        git_commit** parent) {
-  git_oid id = {};
-  if (git.parse_id && git.parse_id(&id, text) != 0) return false;
-  return !git.find_commit || git.find_commit(parent, repo, &id) >= 0;
+// id finds its commit. A merge always names two parents, the first null where the reference has no
+// target; libgit2 ends its list of parents there.
+bool find_second_parent(const RepoCall& call, Parents* parents) {
+  if (call.count() != kCountWithSecondParent) return true;
+  const PoolText text = call.text(5);
+  git_oid id{};
+  if (if_found(GIT(call, git_oid_fromstrp), &id, text.text) != 0) return false;
+  parents->count = kMergeParents;
+  return if_found(GIT(call, git_commit_lookup), &parents->second.it, call.repo.it, &id) >= 0;
 }
 
-void commit_index(GitCall& call, const HostArgumentBlock* arguments, const char* path) {
-  Held<git_repository> repo(call.git, free_git_repo);
-  if (!open_local_repo(call, path, &repo.it)) return;
-  const CommitFunctions git{call.git};
-  Held<git_index> index(call.git, free_git_index);
-  Held<git_signature> signature(call.git, free_git_signature);
-  Held<git_commit> second_parent(call.git, free_git_commit);
-  Held<git_commit> first_parent(call.git, free_git_commit);
-  Held<git_tree> tree(call.git, free_git_tree);
-
-  const PoolText name(call.pool, text_argument(arguments, 2));
-  const PoolText email(call.pool, text_argument(arguments, 3));
-  if (git.sign && git.sign(&signature.it, name.text, email.text) < 0) return call.fail();
-  if (git.get_index && git.get_index(&index.it, repo.it) < 0) return call.fail();
-  git_oid tree_id = {};
-  if (!write_tree(git, index.it, &tree_id)) return give_up(call);
-  if (git.find_tree && git.find_tree(&tree.it, repo.it, &tree_id) < 0) return call.fail();
-
-  const PoolText reference(call.pool, text_argument(arguments, 1));
-  git_oid head = {};
-  const bool has_head = !git.resolve || git.resolve(&head, repo.it, reference.text) == 0;
-  if (has_head && git.find_commit && git.find_commit(&first_parent.it, repo.it, &head) < 0) {
-    return give_up(call);
-  }
-  const bool is_merge = arguments->count == kCountWithSecondParent;
-  const PoolText parent_id(call.pool, is_merge ? text_argument(arguments, 5) : HostText{});
-  if (is_merge && !find_second_parent(git, repo.it, parent_id.text, &second_parent.it)) {
-    return give_up(call);
-  }
-
-  const PoolText message(call.pool, text_argument(arguments, 4));
-  // What comes of the creation is not looked at: programs take 0 for "asked to commit" and compare
-  // the reference. A merge always names two parents, the first null where the reference has no
-  // target; libgit2 ends its list of parents there.
+// What comes of the creation is not looked at: programs take 0 for "asked to commit" and compare
+// the reference.
+void create(const RepoCall& call, const char* reference, const git_signature* signature,
+            const git_tree* tree, const Parents& parents) {
+  const PoolText message = call.text(4);
   *call.result = kSuccess;
-  if (!git.create || !signature.it || !tree.it) return;
-  const std::size_t parents = is_merge ? kMergeParents : has_head;
+  auto* create_commit = GIT(call, git_commit_create_v);
+  if (!create_commit || !signature || !tree) return;
   git_oid id;
-  git.create(&id, repo.it, reference.text, signature.it, signature.it, kEncoding, message.text,
-             tree.it, parents, first_parent.it, second_parent.it);
+  create_commit(&id, call.repo.it, reference, signature, signature, kEncoding, message.text, tree,
+                parents.count, parents.first.it, parents.second.it);
+}
+
+void commit_index(const RepoCall& call) {
+  Held<git_index> index(call);
+  Held<git_signature> signature(call);
+  Parents parents(call);
+  Held<git_tree> tree(call);
+  const PoolText name = call.text(2);
+  const PoolText email = call.text(3);
+  if (if_found(GIT(call, git_signature_now), &signature.it, name.text, email.text) < 0 ||
+      if_found(GIT(call, git_repository_index), &index.it, call.repo.it) < 0) {
+    return call.fail();
+  }
+  git_oid tree_id{};
+  if (!write_tree(call, index.it, &tree_id)) return call.give_up();
+  if (if_found(GIT(call, git_tree_lookup), &tree.it, call.repo.it, &tree_id) < 0) {
+    return call.fail();
+  }
+  const PoolText reference = call.text(1);
+  if (!find_first_parent(call, reference.text, &parents) || !find_second_parent(call, &parents)) {
+    return call.give_up();
+  }
+  create(call, reference.text, signature.it, tree.it, parents);
 }
 
 }  // namespace
 
 int do_commit(const HostArgumentBlock* arguments, double* result) {
-  GitCall call(kDoCommit, result);
-  if (!call.is_ready()) return 0;
-  const PoolText path(call.pool, text_argument(arguments, 0));
-  commit_index(call, arguments, path.text);
+  const RepoCall call(kDoCommit, arguments, result);
+  if (call.is_ready()) commit_index(call);
   return 0;
 }
 

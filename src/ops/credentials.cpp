@@ -2,11 +2,9 @@
 
 #include <cstring>
 #include <initializer_list>
+#include <string_view>
 
-#include "module/messages.h"
 #include "module/password.h"
-#include "module/pool.h"
-#include "module/vector_stubs.h"
 
 namespace uwugit {
 namespace {
@@ -35,39 +33,26 @@ char* decode(HostPool* pool, HostText encoded) {
   return buffer;
 }
 
-bool is_blank(const char* text) { return text[0] == ' ' && text[1] == '\0'; }
+bool is_single_blank(std::string_view text) { return text == " "; }
 
 int offer_key(GitModule* git, git_credential** credential, const RemoteCredentials* offer) {
   // A key without its private file or its user is libgit2's to refuse, where it can.
   const bool is_complete = offer->user && offer->privateKey;
   if (!is_complete && !refuses_null_arguments(git)) return -1;
-  return attempt(GIT_FUNCTION(git, git_credential_ssh_key_new), credential, offer->user,
-                 offer->publicKey, offer->privateKey, offer->password);
+  return required(GIT(git, git_credential_ssh_key_new), credential, offer->user, offer->publicKey,
+                  offer->privateKey, offer->password);
 }
 
 int offer_password(GitModule* git, git_credential** credential, const RemoteCredentials* offer) {
-  return attempt(GIT_FUNCTION(git, git_credential_userpass_plaintext_new), credential, offer->user,
-                 offer->password);
+  return required(GIT(git, git_credential_userpass_plaintext_new), credential, offer->user,
+                  offer->password);
 }
 
 }  // namespace
 
-CredentialArguments credential_arguments(const HostArgumentBlock* arguments, int first,
-                                         int certificate) {
-  CredentialArguments given;
-  given.user = optional_text_argument(arguments, first);
-  given.password = optional_text_argument(arguments, first + 1);
-  given.public_key = optional_text_argument(arguments, first + 2);
-  given.private_key = optional_text_argument(arguments, first + 3);
-  given.certificate = optional_text_argument(arguments, certificate);
-  const int flag = certificate + 1;
-  given.is_default =
-      arguments->count == flag + 1 && number_argument(arguments, flag) == kUseDefaultCredentials;
-  return given;
-}
-
 bool is_given(HostText text) {
-  return text.length > 0 && !(text.length == 1 && text.characters[0] == ' ');
+  return text.length > 0 &&
+         !is_single_blank({text.characters, static_cast<std::size_t>(text.length)});
 }
 
 // libgit2 asks again when the server rejects what it got, for as long as it is answered: the first
@@ -77,65 +62,70 @@ int credentials_cb(git_credential** credential, const char*, const char*, unsign
   auto* offer = static_cast<RemoteCredentials*>(payload);
   if (offer->attempts == 1) return kRefused;
   offer->attempts = 1;
-  if (offer->publicKey && !is_blank(offer->publicKey)) {
+  if (offer->publicKey && !is_single_blank(offer->publicKey)) {
     return offer_key(git2Module, credential, offer);
   }
   if (offer->user && offer->password) return offer_password(git2Module, credential, offer);
   xpslog(message::kCredentialsRequired);
   // What libgit2 got over earlier in this call is not the reason.
-  if (auto* clear = GIT_FUNCTION(git2Module, git_error_clear)) clear();
+  if_found(GIT(git2Module, git_error_clear));
   return -1;
 }
 
 int credentials_default_cb(git_credential** credential, const char*, const char*, unsigned, void*) {
-  return attempt(GIT_FUNCTION(git2Module, git_credential_default_new), credential);
+  return required(GIT(git2Module, git_credential_default_new), credential);
 }
 
-Credentials::Credentials(HostPool* pool, const CredentialArguments& given) : pool_(pool) {
-  if (given.is_default) return;
+Credentials::Credentials(const GitCall& call, const CredentialPositions& positions)
+    : call_(call), certificate_(optional_text_argument(call.arguments, positions.certificate)) {
+  const int flag = positions.certificate + 1;
+  if (call.count() == flag + 1 && call.number(flag) == kUseDefaultCredentials) return;
+  HostPool* pool = call.pool;
+  const auto given = [&](int offset) {
+    return optional_text_argument(call.arguments, positions.user + offset);
+  };
   record_ = static_cast<RemoteCredentials*>(pool->allocate(pool, sizeof *record_, 0));
   *record_ = {};
-  record_->user = copy_if_present(pool, given.user);
-  if (given.password.is_present()) {
-    password_capacity_ = password_capacity(given.password);
-    record_->password = decode(pool, given.password);
+  record_->user = copy_if_present(pool, given(0));
+  if (const HostText password = given(1); password.is_present()) {
+    password_capacity_ = password_capacity(password);
+    record_->password = decode(pool, password);
   }
-  record_->publicKey = copy_if_present(pool, given.public_key);
-  record_->privateKey = copy_if_present(pool, given.private_key);
+  record_->publicKey = copy_if_present(pool, given(2));
+  record_->privateKey = copy_if_present(pool, given(3));
 }
 
 Credentials::~Credentials() {
   if (!record_) return;
   if (record_->password) explicit_bzero(record_->password, password_capacity_);
+  HostPool* pool = call_.pool;
   for (char* text : {record_->privateKey, record_->publicKey, record_->password, record_->user}) {
-    if (text) pool_->free_block(pool_, text);
+    if (text) pool->free_block(pool, text);
   }
-  pool_->free_block(pool_, record_);
+  pool->free_block(pool, record_);
 }
 
-void Credentials::prepare(GitModule* git, Transfer transfer, TransferOptions* options) const {
-  prepare_transfer(git, transfer, options, record_ ? credentials_cb : credentials_default_cb,
+void Credentials::trust_certificate_file() const {
+  if (!is_given(certificate_)) return;
+  const PoolText path(call_.pool, certificate_);
+  auto* set = GIT(call_, git_libgit2_opts);
+  const char* const no_folder = nullptr;
+  if (!set || set(GIT_OPT_SET_SSL_CERT_LOCATIONS, path.text, no_folder) != 0) call_.give_up();
+}
+
+void Credentials::prepare(Transfer transfer, TransferOptions* options) const {
+  prepare_transfer(call_, transfer, options, record_ ? credentials_cb : credentials_default_cb,
                    record_);
 }
 
-void trust_certificate_file(GitCall& call, HostText file) {
-  if (!is_given(file)) return;
-  const PoolText path(call.pool, file);
-  auto* set = GIT(call, git_libgit2_opts);
-  const char* const no_folder = nullptr;
-  if (!set || set(GIT_OPT_SET_SSL_CERT_LOCATIONS, path.text, no_folder) != 0) {
-    log_git_error(call.git);
-  }
-}
-
 // libgit2's own "not found" has the code of a refusal as well, and would be reported as one.
-void fail_transfer(GitCall& call, int code) {
+void fail_transfer(const GitCall& call, int code) {
   if (code == kRefused) {
     xpslog(message::kNotAuthenticated);
     *call.result = kNotAuthenticated;
     return;
   }
-  const int error_class = log_git_error(call.git);
+  const int error_class = log_git_error(call);
   // A class of 0 means that libgit2 cannot tell, which must not look like success.
   *call.result = error_class == 0 ? kFailure : error_class;
 }

@@ -6,24 +6,13 @@
 
 namespace uwugit {
 
-// The credential arguments of a call, and what follows them, as the host holds them.
-struct CredentialArguments {
-  HostText user;
-  HostText password;  // in the host's encoded form
-  HostText public_key;
-  HostText private_key;
-  HostText certificate;
-  bool is_default = false;  // the platform's own credentials, and nothing of the above but the
-                            // certificate
+// Where a transfer's arguments stand. User, password, public and private key stand at `user` and
+// after it. Behind the certificate file comes a flag that asks for the platform's own credentials
+// in place of all four; it counts only when it is the last argument.
+struct CredentialPositions {
+  int user;
+  int certificate;
 };
-
-// User, password, public and private key stand at `first` and after it. The flag follows the
-// certificate file and counts only when it is the last argument.
-CredentialArguments credential_arguments(const HostArgumentBlock* arguments, int first,
-                                         int certificate);
-
-// Whether an optional text says something: an empty one and a single blank are the same as none.
-bool is_given(HostText text);
 
 // The payload of credentials_cb. Texts that were not given are null.
 struct RemoteCredentials {
@@ -43,25 +32,29 @@ int credentials_default_cb(git_credential** credential, const char* url, const c
 // back.
 class Credentials {
  public:
-  Credentials(HostPool* pool, const CredentialArguments& arguments);
+  Credentials(const GitCall& call, const CredentialPositions& positions);
   ~Credentials();
   Credentials(const Credentials&) = delete;
   Credentials& operator=(const Credentials&) = delete;
 
+  // Makes libgit2 trust the authorities in the certificate file, if one was given, until it is shut
+  // down. A file that is rejected is logged, and the transfer goes on without it.
+  void trust_certificate_file() const;
+
   // libgit2's initial options for a transfer, with these credentials.
-  void prepare(GitModule* git, Transfer transfer, TransferOptions* options) const;
+  void prepare(Transfer transfer, TransferOptions* options) const;
 
  private:
-  HostPool* pool_;
+  const GitCall& call_;
+  HostText certificate_;
   RemoteCredentials* record_ = nullptr;  // null: the platform's own
   std::size_t password_capacity_ = 0;
 };
 
-// Makes libgit2 trust the authorities in the certificate file, if one is given, until it is shut
-// down. A file that is rejected is logged, and the transfer goes on without it.
-void trust_certificate_file(GitCall& call, HostText file);
+// Whether an optional text says something: an empty one and a single blank are the same as none.
+bool is_given(HostText text);
 
 // A transfer ended with a negative code: writes the result and the reason.
-void fail_transfer(GitCall& call, int code);
+void fail_transfer(const GitCall& call, int code);
 
 }  // namespace uwugit

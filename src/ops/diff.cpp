@@ -31,11 +31,9 @@
 #include <initializer_list>
 
 #include "gitbind/frame.h"
-#include "module/messages.h"
-#include "module/vector_stubs.h"
+#include "module/upper_case.h"
 #include "ops/diff_lines.h"
 #include "ops/diff_output.h"
-#include "store/upper_case.h"
 #include "uwugit/functions.h"
 
 namespace uwugit {
@@ -98,13 +96,13 @@ bool take_tree(const GitCall& call, const git_commit* commit, git_tree** tree) {
 
 // Guards end in reverse: the commits, the trees, the diff, the repository.
 void diff_two_commits(GitCall& call, char* path, const PoolText& first, const PoolText& second) {
-  Held<git_repository> repo(call.git, free_git_repo);
+  Held<git_repository> repo(call.git);
   if (open_repo(call.git, path, &repo.it) != 0) return;  // kept: the answer is 0, the log is silent
-  Held<git_diff> diff(call.git, free_git_diff);
-  Held<git_tree> new_tree(call.git, free_git_tree);
-  Held<git_tree> old_tree(call.git, free_git_tree);
-  Held<git_commit> new_commit(call.git, free_git_commit);
-  Held<git_commit> old_commit(call.git, free_git_commit);
+  Held<git_diff> diff(call.git);
+  Held<git_tree> new_tree(call.git);
+  Held<git_tree> old_tree(call.git);
+  Held<git_commit> new_commit(call.git);
+  Held<git_commit> old_commit(call.git);
   if (first.length == kIdLength && !look_commit_up(call, repo.it, first.text, &old_commit.it)) {
     return call.fail();
   }
@@ -167,12 +165,14 @@ bool hand_out_file(GitCall& call, const OneFileRequest& request) {
 // The result is preset to -1. Guards end in reverse: the reference, the commit, the tree, the diff,
 // the repository.
 void diff_one_file(GitCall& call, const OneFileRequest& request) {
-  Held<git_repository> repo(call.git, free_git_repo);
-  if (!open_local_repo(call, request.path.text, &repo.it)) return;
-  Held<git_diff> diff(call.git, free_git_diff);
-  Held<git_tree> tree(call.git, free_git_tree);
-  Held<git_commit> commit(call.git, free_git_commit);
-  Held<git_reference> head(call.git, free_git_reference);
+  Held<git_repository> repo(call.git);
+  if (open_repo(call.git, request.path.text, &repo.it) != 0) {
+    return call.fail(message::kUnableToOpen, request.path.text);
+  }
+  Held<git_diff> diff(call.git);
+  Held<git_tree> tree(call.git);
+  Held<git_commit> commit(call.git);
+  Held<git_reference> head(call.git);
   if (!take_head_tree(call, repo.it, &head.it, &commit.it, &tree.it)) return call.fail();
   if (!compare_tree(call, repo.it, tree.it, request.is_with_index, &diff.it)) return call.fail();
 
@@ -191,7 +191,7 @@ void diff_one_file(GitCall& call, const OneFileRequest& request) {
 
 int diff_commits(const HostArgumentBlock* arguments, double* result) {
   *result = kSuccess;
-  GitCall call(kDiffCommits, result);
+  GitCall call(kDiffCommits, arguments, result);
   if (!call.is_ready()) return 0;
   const PoolText path(call.pool, text_argument(arguments, 0));
   const PoolText first(call.pool, text_argument(arguments, 1));
@@ -203,7 +203,7 @@ int diff_commits(const HostArgumentBlock* arguments, double* result) {
 int diff_file_in_index(const HostArgumentBlock* arguments, double* result) {
   constexpr std::int64_t kWithSwitch = 4;
   constexpr std::int64_t kWithExternalFile = 5;
-  GitCall call(kDiffFileInIndex, result);
+  GitCall call(kDiffFileInIndex, arguments, result);
   if (!call.is_ready()) return 0;
   const PoolText path(call.pool, text_argument(arguments, 0));
   const PoolText file(call.pool, text_argument(arguments, 1));

@@ -171,7 +171,7 @@ int diff_line_cb(const git_diff_delta* delta, const git_diff_hunk*, const git_di
 }
 
 int print_diff(GitModule* git, git_diff* diff) {
-  auto* print_patch = GIT_FUNCTION(git, git_diff_print);
+  auto* print_patch = GIT(git, git_diff_print);
   if (!print_patch) return -1;
   HostPool* pool = workingDiffObject->pool;
   Print print;

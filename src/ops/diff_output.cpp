@@ -1,9 +1,8 @@
 #include "ops/diff_output.h"
 
 #include "module/arguments.h"
+#include "module/upper_case.h"
 #include "module/vector_stubs.h"
-#include "store/object_list.h"
-#include "store/upper_case.h"
 
 namespace uwugit {
 namespace {
@@ -58,7 +57,7 @@ void write_diff_attribute(const MeasuredDiffFile* file, char* attribute_name,
   toUpperCase(attribute_name);
   Value value = {};
   for (const Attribute& attribute : kAttributes) {
-    if (is_same_key(attribute.name, attribute_name)) value = attribute.read(file);
+    if (is_same_text(attribute.name, attribute_name)) value = attribute.read(file);
   }
   write_padded(value, variable);
 }

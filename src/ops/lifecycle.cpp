@@ -1,83 +1,35 @@
 // Making, connecting and removing repositories.
 //
 // do_clone(url, directory, user, password, public key, private key, certificate file,
-//          default credentials) -> 0
-//     Clones a remote repository; all but the first two are optional. -3: the server did not accept
-//     the credentials. Another positive number is the class of libgit2's error, -1 when it has none
-//     or could not be loaded.
-//
-// init_repo(directory, branch, url) -> 0
-//     Makes a repository with its missing parent folders, on a branch without commits, and with a
-//     URL also the remote "origin". -1: libgit2 failed. A repository that was made stays when only
-//     its remote could not be.
-//
-// set_remote_url(repository, url) -> 0
-//     Adds the remote "origin". -1: the repository could not be opened, or has an "origin" already,
-//     which is never changed.
-//
-// delete_repo(repository) -> 0
-//     Removes the directory with all that is in it. -1: not all of it could be removed. -2: it does
-//     not exist.
-//
-// Example: do_clone("https://example.org/project.git", "/home/me/project");
+//          default credentials) -> 0, -3 or the class of libgit2's error
+// init_repo(directory, branch [, url]) -> 0, -1
+// set_remote_url(repository, url) -> 0, -1
+// delete_repo(repository) -> 0, -1, -2
 
 #include <unistd.h>
 
 #include <climits>
 
-#include "module/messages.h"
-#include "module/vector_stubs.h"
-#include "ops/credentials.h"
-#include "support/broken_pipe.h"
+#include "ops/branches.h"
+#include "ops/origin.h"
 #include "support/strings.h"
 #include "uwugit/functions.h"
 
 namespace uwugit {
 namespace {
 
-constexpr FrameRules kClone = {.pool_name = "gitClonePool",
-                               .is_result_preset = true,
-                               .is_load_failure_reported = true,
-                               .failure = kFailure};
-constexpr FrameRules kInitRepo = {.pool_name = "init_repo",
-                                  .is_result_preset = false,
-                                  .is_load_failure_reported = true,
-                                  .failure = kFailure};
-constexpr FrameRules kSetRemoteUrl = {.pool_name = "set_url",
-                                      .is_result_preset = false,
-                                      .is_load_failure_reported = true,
-                                      .failure = kFailure};
-constexpr FrameRules kDeleteRepo = {.pool_name = "delete_repo_pool",
-                                    .is_result_preset = false,
-                                    .is_load_failure_reported = true,
-                                    .failure = kFailure};
+constexpr FrameRules kClone = {
+    .pool_name = "gitClonePool", .is_result_preset = true, .is_broken_pipe_held_off = true};
+constexpr FrameRules kInitRepo = {.pool_name = "init_repo"};
+constexpr FrameRules kSetRemoteUrl = {.pool_name = "set_url"};
+constexpr FrameRules kDeleteRepo = {.pool_name = "delete_repo_pool"};
 
-constexpr char kOrigin[] = "origin";
+constexpr std::int64_t kCountWithUrl = 3;
 constexpr char kFetchRefspec[] = "+refs/heads/*:refs/remotes/origin/*";
-constexpr char kBranchPrefix[] = "refs/heads/";
-constexpr char kSeparator[] = "/";
 
 // What `git_delete_repo` of the loaded module answers.
 constexpr int kNotRemoved = -1;
 constexpr int kNothingThere = -2;
-
-// Two texts as one, in the call's pool.
-struct JoinedText {
-  JoinedText(HostPool* from, const char* first, const char* second)
-      : pool(from),
-        capacity(wzstlen(first) + wzstlen(second) + 1),
-        text(static_cast<char*>(pool->allocate(pool, capacity, 0))) {
-    const std::size_t length = wzstcat(text, 0, capacity, first, wzstlen(first));
-    wzstcat(text, length, capacity, second, wzstlen(second));
-  }
-  ~JoinedText() { pool->free_block(pool, text); }
-  JoinedText(const JoinedText&) = delete;
-  JoinedText& operator=(const JoinedText&) = delete;
-
-  HostPool* pool;
-  std::size_t capacity;
-  char* text;
-};
 
 // What stands before a path to make it absolute: nothing when it is so already, or when the current
 // folder cannot be told.
@@ -86,118 +38,102 @@ struct CurrentFolder {
     if (*path == '/' || !getcwd(text, sizeof text - 1)) {
       *text = '\0';
     } else if (std::size_t length = wzstlen(text); text[length - 1] != '/') {
-      wzstcat(text, length, sizeof text, kSeparator, 1);
+      wzstcat(text, length, sizeof text, "/", 1);
     }
   }
   char text[PATH_MAX + 1];
 };
 
-void clone(GitCall& call, HostText url_argument, HostText directory_argument,
-           const CredentialArguments& given) {
-  trust_certificate_file(call, given.certificate);
-  Held<git_repository> repo(call.git, free_git_repo);
-  const PoolText url(call.pool, url_argument);
-  const PoolText directory(call.pool, directory_argument);
-  const Credentials credentials(call.pool, given);
+void clone(const GitCall& call) {
+  const Credentials credentials(call, {.user = 2, .certificate = 6});
+  credentials.trust_certificate_file();
+  Held<git_repository> repo(call);
+  const PoolText url = call.text(0);
+  const PoolText directory = call.text(1);
   TransferOptions options;
-  credentials.prepare(call.git, Transfer::kClone, &options);
-  const int code = attempt(GIT(call, git_clone), &repo.it, url.text, directory.text,
-                           reinterpret_cast<git_clone_options*>(options.bytes));
+  credentials.prepare(Transfer::kClone, &options);
+  const int code = required(GIT(call, git_clone), &repo.it, url.text, directory.text,
+                            reinterpret_cast<git_clone_options*>(options.bytes));
   if (code != 0) return fail_transfer(call, code);
   *call.result = kSuccess;
 }
 
-using RemoteCreator = decltype(&git_remote_create_with_fetchspec);
-
-bool create_origin(RemoteCreator create, GitCall& call, git_repository* repo, const char* url) {
-  Held<git_remote> remote(call.git, free_git_remote);
-  return attempt(create, &remote.it, repo, kOrigin, url, kFetchRefspec) == 0;
+int create_origin(const GitCall& call, git_repository* repo, const char* url) {
+  auto* create = GIT(call, git_remote_create_with_fetchspec);
+  Held<git_remote> remote(call);
+  return required(create, &remote.it, repo, kOrigin, url, kFetchRefspec);
 }
 
 // An empty name is refused: it would be the current folder, which nobody named.
-int init(GitCall& call, git_repository** repo, const char* directory, const char* branch) {
+int create_repo(const GitCall& call, const char* directory, git_repository** repo) {
   if (*directory == '\0') return -1;
-  const JoinedText head(call.pool, kBranchPrefix, branch);
+  const PoolText head = call.text(kLocalBranchPrefix, 1);
   // libgit2 takes a relative working directory as one inside the new ".git". The two must start
   // with the same text, or it writes the working directory into the configuration.
-  const JoinedText absolute(call.pool, CurrentFolder(directory).text, directory);
+  const PoolText absolute = call.text(CurrentFolder(directory).text, 0);
   git_repository_init_options options = {};
   options.version = GIT_REPOSITORY_INIT_OPTIONS_VERSION;
   options.flags = GIT_REPOSITORY_INIT_MKPATH;
   options.workdir_path = absolute.text;
   options.initial_head = head.text;
-  return attempt(GIT(call, git_repository_init_ext), repo, absolute.text, &options);
+  return required(GIT(call, git_repository_init_ext), repo, absolute.text, &options);
 }
 
-void init(GitCall& call, const char* directory, const char* branch, HostText url_argument) {
-  Held<git_repository> repo(call.git, free_git_repo);
-  if (init(call, &repo.it, directory, branch) != 0) return call.fail();
-  if (url_argument.is_present()) {
-    const PoolText url(call.pool, url_argument);
-    auto* create = GIT(call, git_remote_create_with_fetchspec);
-    if (create && !create_origin(create, call, repo.it, url.text)) return call.fail();
+void initialise(const GitCall& call) {
+  const PoolText directory = call.text(0);
+  Held<git_repository> repo(call);
+  if (create_repo(call, directory.text, &repo.it) != 0) return call.fail();
+  const bool is_url_given =
+      call.count() == kCountWithUrl && text_argument(call.arguments, 2).is_present();
+  if (is_url_given && GIT(call, git_remote_create_with_fetchspec)) {
+    const PoolText url = call.text(2);
+    if (create_origin(call, repo.it, url.text) != 0) return call.fail();
   }
-  *call.result = kSuccess;
-  xpslog(message::kInitialised, directory);
+  call.succeed(message::kInitialised, directory.text);
 }
 
-void set_origin(GitCall& call, const char* path, HostText url_argument) {
-  Held<git_repository> repo(call.git, free_git_repo);
-  if (!open_local_repo(call, path, &repo.it)) return;
-  const PoolText url(call.pool, url_argument);
-  auto* create = GIT(call, git_remote_create_with_fetchspec);
-  if (!create_origin(create, call, repo.it, url.text)) return call.fail();
-  *call.result = kSuccess;
-  xpslog(message::kRemoteUrlSet, url.text, path);
+void set_origin(const RepoCall& call) {
+  const PoolText url = call.text(1);
+  if (create_origin(call, call.repo.it, url.text) != 0) return call.fail();
+  call.succeed(message::kRemoteUrlSet, url.text, call.path.text);
+}
+
+// The function is not one of libgit2's own: the module that the host loads as "libgit2" brings it
+// along. Without it the return code stays as it was.
+void remove(const GitCall& call) {
+  const PoolText path = call.text(0);
+  auto* remove_folder = reinterpret_cast<int (*)(const char*)>(
+      find_git_function(call, "git_delete_repo", L"git_delete_repo"));
+  if (!remove_folder) return;
+  const int code = remove_folder(path.text);
+  *call.result = code;
+  if (code == kNotRemoved) xpslog(message::kNotDeleted, path.text);
+  if (code == kNothingThere) xpslog(message::kNothingToDelete, path.text);
 }
 
 }  // namespace
 
 int do_clone(const HostArgumentBlock* arguments, double* result) {
-  const HostText url = text_argument(arguments, 0);
-  const HostText directory = text_argument(arguments, 1);
-  const CredentialArguments credentials = credential_arguments(arguments, 2, 6);
-  const BrokenPipeGuard guard;
-  GitCall call(kClone, result);
-  if (call.is_ready()) clone(call, url, directory, credentials);
+  const GitCall call(kClone, arguments, result);
+  if (call.is_ready()) clone(call);
   return 0;
 }
 
 int init_repo(const HostArgumentBlock* arguments, double* result) {
-  const HostText directory_argument = text_argument(arguments, 0);
-  const HostText branch_argument = text_argument(arguments, 1);
-  const HostText url = arguments->count == 3 ? text_argument(arguments, 2) : HostText{};
-  GitCall call(kInitRepo, result);
-  if (!call.is_ready()) return 0;
-  const PoolText directory(call.pool, directory_argument);
-  const PoolText branch(call.pool, branch_argument);
-  init(call, directory.text, branch.text, url);
+  const GitCall call(kInitRepo, arguments, result);
+  if (call.is_ready()) initialise(call);
   return 0;
 }
 
 int set_remote_url(const HostArgumentBlock* arguments, double* result) {
-  const HostText path_argument = text_argument(arguments, 0);
-  const HostText url = text_argument(arguments, 1);
-  GitCall call(kSetRemoteUrl, result);
-  if (!call.is_ready()) return 0;
-  const PoolText path(call.pool, path_argument);
-  set_origin(call, path.text, url);
+  const RepoCall call(kSetRemoteUrl, arguments, result);
+  if (call.is_ready()) set_origin(call);
   return 0;
 }
 
 int delete_repo(const HostArgumentBlock* arguments, double* result) {
-  const HostText path_argument = text_argument(arguments, 0);
-  GitCall call(kDeleteRepo, result);
-  if (!call.is_ready()) return 0;
-  const PoolText path(call.pool, path_argument);
-  // Not one of libgit2's own: the module that the host loads as "libgit2" brings it along.
-  auto* remove = reinterpret_cast<int (*)(const char*)>(
-      find_git_function(call.git, "git_delete_repo", L"git_delete_repo"));
-  if (!remove) return 0;
-  const int code = remove(path.text);
-  *result = code;
-  if (code == kNotRemoved) xpslog(message::kNotDeleted, path.text);
-  if (code == kNothingThere) xpslog(message::kNothingToDelete, path.text);
+  const GitCall call(kDeleteRepo, arguments, result);
+  if (call.is_ready()) remove(call);
   return 0;
 }
 

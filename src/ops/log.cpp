@@ -23,12 +23,9 @@
 #include <string_view>
 
 #include "gitbind/frame.h"
-#include "module/messages.h"
-#include "module/vector_stubs.h"
+#include "module/upper_case.h"
 #include "ops/log_walk.h"
 #include "store/log_objects.h"
-#include "store/object_list.h"
-#include "store/upper_case.h"
 #include "uwugit/functions.h"
 
 namespace uwugit {
@@ -127,10 +124,10 @@ RepoLog* select_log(const PoolText& path) {
 
 int get_commit_log(const HostArgumentBlock* arguments, double* result) {
   const HostText path_argument = text_argument(arguments, 0);
-  GitCall call(kGetCommitLog, result);
+  GitCall call(kGetCommitLog, arguments, result);
   if (!call.is_ready()) return 0;
   const PoolText path(call.pool, path_argument);
-  Held<git_repository> repo(call.git, free_git_repo);
+  Held<git_repository> repo(call.git);
   if (open_repo(call.git, path.text, &repo.it) < 0) {
     *result = kFailure;
     xpslog(message::kErrorOpening, path.text);

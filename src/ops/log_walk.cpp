@@ -49,10 +49,10 @@ constexpr std::int32_t kFirstColumn = 1;
 struct WalkFunctions {
   explicit WalkFunctions(GitModule* git) {
 #define FIND(name) \
-  if (!(name = GIT_FUNCTION(git, name))) is_complete = false;
+  if (!(name = GIT(git, name))) is_complete = false;
     FOR_EACH_WALK_FUNCTION(FIND)
 #undef FIND
-    git_commit_free = GIT_FUNCTION(git, git_commit_free);
+    git_commit_free = GIT(git, git_commit_free);
   }
 
   bool is_complete = true;
@@ -243,12 +243,12 @@ bool set_up_walk(GitCall& call, const WalkFunctions& git2, git_repository* repo,
   for (const char* glob : kPushedGlobs) {
     if (git2.git_revwalk_push_glob(revwalk, glob) < 0) return false;
   }
-  Held<git_reference> stash(call.git, free_git_reference);
+  Held<git_reference> stash(call.git);
   if (git2.git_reference_lookup(&stash.it, repo, kStashReference) == 0) {
     if (git2.git_revwalk_push_ref(revwalk, kStashReference) < 0) return false;
     take_target(git2, stash.it, &marked->stash);
   }
-  Held<git_reference> head(call.git, free_git_reference);
+  Held<git_reference> head(call.git);
   if (git2.git_repository_head(&head.it, repo) < 0) return false;
   take_target(git2, head.it, &marked->head);
   return true;
@@ -264,7 +264,7 @@ void replace_log(HostPool* pool, const char* path) {
 void walk_log(GitCall& call, git_repository* repo, const char* path) {
   const WalkFunctions git2(call.git);
   if (!git2.is_complete) return call.fail();
-  Held<git_revwalk> revwalk(call.git, free_git_revwalk);
+  Held<git_revwalk> revwalk(call.git);
   if (git2.git_revwalk_new(&revwalk.it, repo) < 0) return call.fail();
   MarkedCommits marked;
   if (!set_up_walk(call, git2, repo, revwalk.it, &marked)) return call.fail();

@@ -1,24 +1,14 @@
 #include "ops/rebase_steps.h"
 
-#include "module/messages.h"
-#include "module/vector_stubs.h"
-
 namespace uwugit {
 namespace {
 
-void note_failure(GitModule* git, std::size_t operation, int rc, Outcome* outcome) {
-  if (outcome->failed_at != 0) return;
-  outcome->failed_at = operation;
-  outcome->rc = rc;
+void note_failure(GitModule* git, std::size_t operation, int code, Progress* progress) {
+  if (progress->failed_at != 0) return;
+  progress->failed_at = operation;
+  progress->code = code;
   const git_error* error = last_git_error(git);
-  if (error) outcome->error = error->message;
-}
-
-void fail_commit(GitCall& call, const git_rebase_operation* operation) {
-  auto* as_text = GIT(call, git_oid_tostr_s);
-  xpslog(message::kRebaseConflict, as_text ? as_text(&operation->id) : "");
-  xpslog(message::kRebaseAdvice);
-  call.fail();
+  if (error) progress->error = error->message;
 }
 
 bool needs_commit(const git_rebase_operation* operation) {
@@ -27,9 +17,24 @@ bool needs_commit(const git_rebase_operation* operation) {
          operation->type != GIT_REBASE_OPERATION_EXEC;
 }
 
+// Author and message of the commit stay, the signature is that of its committer.
+bool commit_operation(const RepoCall& call, git_rebase* rebase,
+                      const git_rebase_operation* operation, const git_signature* signature,
+                      git_oid* commit) {
+  if (!needs_commit(operation) || required(GIT(call, git_rebase_commit), commit, rebase, nullptr,
+                                           signature, nullptr, nullptr) >= 0) {
+    return true;
+  }
+  const char* id = if_found(GIT(call, git_oid_tostr_s), &operation->id);
+  xpslog(message::kRebaseConflict, id ? id : "");
+  xpslog(message::kRebaseAdvice);
+  call.fail();
+  return false;
+}
+
 }  // namespace
 
-void fail_rebase(GitCall& call) {
+void fail_rebase(const RepoCall& call) {
   xpslog(message::kRebaseError);
   call.fail();
 }
@@ -38,8 +43,8 @@ void fail_rebase(GitCall& call) {
 // short tells `rebase` so. `rebase_operation` has no count to compare, which is why a resolution
 // must have been committed before CONTINUE: with changes that are only staged, libgit2 gives none
 // of the operations that are left.
-bool commit_operations(GitCall& call, git_rebase* rebase, const git_signature* signature,
-                       Outcome* outcome, git_oid* last_commit) {
+bool commit_operations(const RepoCall& call, git_rebase* rebase, const git_signature* signature,
+                       Progress* progress, git_oid* last_commit) {
   for (std::size_t asked = 1;; ++asked) {
     auto* next = GIT(call, git_rebase_next);
     if (!next) {
@@ -47,20 +52,22 @@ bool commit_operations(GitCall& call, git_rebase* rebase, const git_signature* s
       return false;
     }
     git_rebase_operation* operation = nullptr;
-    const int rc = next(&operation, rebase);
-    if (rc == GIT_ITEROVER) return true;
-    if (!operation) {
-      note_failure(call.git, asked, rc, outcome);
-      if (asked > outcome->operations) return true;  // there are no more than these
-      continue;
+    const int code = next(&operation, rebase);
+    if (code == GIT_ITEROVER) return true;
+    if (operation) {
+      if (!commit_operation(call, rebase, operation, signature, last_commit)) return false;
+      ++progress->done;
+    } else {
+      note_failure(call, asked, code, progress);
+      if (asked > progress->operations) return true;  // there are no more than these
     }
-    if (needs_commit(operation) && attempt(GIT(call, git_rebase_commit), last_commit, rebase,
-                                           nullptr, signature, nullptr, nullptr) < 0) {
-      fail_commit(call, operation);
-      return false;
-    }
-    ++outcome->counted;
   }
+}
+
+bool finish_rebase(const RepoCall& call, git_rebase* rebase, const git_signature* signature) {
+  if (required(GIT(call, git_rebase_finish), rebase, signature) >= 0) return true;
+  call.fail();
+  return false;
 }
 
 }  // namespace uwugit

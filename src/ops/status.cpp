@@ -18,11 +18,8 @@
 // path);
 
 #include "gitbind/frame.h"
-#include "module/messages.h"
-#include "module/vector_stubs.h"
-#include "store/object_list.h"
+#include "module/upper_case.h"
 #include "store/status_objects.h"
-#include "store/upper_case.h"
 #include "uwugit/functions.h"
 
 namespace uwugit {
@@ -110,7 +107,7 @@ void replace_status_object(const char* path) {
 }
 
 void list_status(GitCall& call, const char* path) {
-  Held<git_repository> repo(call.git, free_git_repo);
+  Held<git_repository> repo(call.git);
   if (open_repo(call.git, path, &repo.it) != 0) return call.fail();
 
   auto* new_list = GIT(call, git_status_list_new);
@@ -121,7 +118,7 @@ void list_status(GitCall& call, const char* path) {
   options.flags = kStatusFlags;
   // Made to check the repository and to refresh its index; the entries come from the walk below,
   // whose own default options differ.
-  Held<git_status_list> list(call.git, free_git_status_list);
+  Held<git_status_list> list(call.git);
   if (new_list(&list.it, repo.it, &options) != 0) return call.fail();
 
   replace_status_object(path);
@@ -153,7 +150,7 @@ double read_attribute(const GitStatusEntry* entry, char* attribute_name, HostStr
   blank_fill(variable);
   double result = kNoSuchAttribute;
   for (const Attribute& attribute : kAttributes) {
-    if (!is_same_key(attribute.name, wanted)) continue;
+    if (!is_same_text(attribute.name, wanted)) continue;
     const char* value = attribute.read(entry);
     write_value(variable, value, wzstlen(value));
     result = kSuccess;
@@ -175,7 +172,7 @@ RepoStatus* select_status_object(const PoolText& path) {
 
 int get_status(const HostArgumentBlock* arguments, double* result) {
   const HostText path_argument = text_argument(arguments, 0);
-  GitCall call(kGetStatus, result);
+  GitCall call(kGetStatus, arguments, result);
   if (!call.is_ready()) return 0;
   const PoolText path(call.pool, path_argument);
   list_status(call, path.text);

@@ -3,9 +3,9 @@
 #include <initializer_list>
 
 #include "module/pool.h"
+#include "module/upper_case.h"
 #include "store/list_index.h"
 #include "store/object_list.h"
-#include "store/upper_case.h"
 
 namespace uwugit {
 
@@ -56,8 +56,8 @@ void own_keys(DiffObject* diff) {
 }
 
 bool has_keys(const DiffObject* diff, const char* key1, const char* key2, const char* key3) {
-  return is_same_key(diff->key1, key1) && is_same_key(diff->key2, key2) &&
-         is_same_key(diff->key3, key3);
+  return is_same_text(diff->key1, key1) && is_same_text(diff->key2, key2) &&
+         is_same_text(diff->key3, key3);
 }
 
 DiffObject* findDiffObject(char* key1, char* key2, char* key3) {
@@ -104,7 +104,7 @@ void insertDiffFileObjectAtTail(DiffFileObject* file) {
 
 DiffFileObject* findDiffFileObject(const char* name) {
   DiffFileObject* file = workingDiffObject->firstFile;
-  while (file && file->name && !is_same_key(file->name, name)) file = file->next;
+  while (file && file->name && !is_same_text(file->name, name)) file = file->next;
   return file && file->name ? file : nullptr;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "support/strings.h"
 #include "uwugit/records.h"
 
 namespace uwugit {

@@ -49,7 +49,7 @@ RepoLog* insertRepoLogAtTail(HostPool* pool, const char* path) {
 
 RepoLog* findRepoLogObject(const char* path) {
   for (RepoLog* log = headLogObject; log && log->path; log = log->next) {
-    if (is_same_key(log->path, path)) return log;
+    if (is_same_text(log->path, path)) return log;
   }
   return nullptr;
 }
@@ -92,13 +92,13 @@ void insertCommitGraphNodeAtTail(CommitGraphNode* node) {
 
 CommitGraphNode* findCommitGraphNode(const char* id) {
   for (CommitGraphNode* node = workingRepoLogObject->first; node && node->id; node = node->next) {
-    if (is_same_key(node->id, id)) return node;
+    if (is_same_text(node->id, id)) return node;
   }
   return nullptr;
 }
 
 bool is_log_of(RepoLog* log, std::string_view path) {
-  return is_same_key({log->path, stored(log)->path_length}, path);
+  return is_same_text({log->path, stored(log)->path_length}, path);
 }
 
 CommitGraphNode* log_entry(RepoLog* log, std::int64_t number) {

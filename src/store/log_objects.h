@@ -5,6 +5,7 @@
 
 #include <string_view>
 
+#include "support/strings.h"
 #include "uwugit/records.h"
 
 namespace uwugit {

@@ -2,11 +2,6 @@
 // by walking forwards.
 #pragma once
 
-#include <string_view>
-
-#include "support/strings.h"
-#include "uwugit/host_abi.h"
-
 namespace uwugit {
 
 template <class Object>
@@ -39,11 +34,6 @@ void unlink(Object** head, Object* object) {
     *head = object->next;
   }
   if (object->next) object->next->prev = object->prev;
-}
-
-// Whether two keys are the same, trailing blanks insignificant. They are NUL-terminated or counted.
-inline bool is_same_key(std::string_view left, std::string_view right) {
-  return wzstcom(left.data(), left.size(), right.data(), right.size()) == 0;
 }
 
 }  // namespace uwugit

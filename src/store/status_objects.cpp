@@ -57,7 +57,7 @@ RepoStatus* insertRepoStatusAtTail(const char* path) {
 
 RepoStatus* findRepoStatusObject(const char* path) {
   for (RepoStatus* repo = headStatus; repo && repo->path; repo = repo->next) {
-    if (is_same_key(repo->path, path)) return repo;
+    if (is_same_text(repo->path, path)) return repo;
   }
   return nullptr;
 }
@@ -104,7 +104,7 @@ GitStatusEntry* insertGitStatusEntryAtTail(const char* path, const char* status,
 }
 
 bool is_status_of(RepoStatus* repo, std::string_view path) {
-  return is_same_key({repo->path, stored(repo)->path_length}, path);
+  return is_same_text({repo->path, stored(repo)->path_length}, path);
 }
 
 GitStatusEntry* status_entry(RepoStatus* repo, std::int64_t number) {

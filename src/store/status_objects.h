@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "support/strings.h"
 #include "uwugit/records.h"
 
 namespace uwugit {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace uwugit {
 
@@ -13,6 +14,11 @@ std::size_t wzstlen(const char* text);
 // Compares two counted strings byte by byte, case-sensitive, trailing blanks insignificant: less
 // than, equal to or greater than 0. The shorter text counts as padded with blanks.
 int wzstcom(const char* left, std::size_t left_length, const char* right, std::size_t right_length);
+
+// Whether two texts are the same, trailing blanks insignificant.
+inline bool is_same_text(std::string_view left, std::string_view right) {
+  return wzstcom(left.data(), left.size(), right.data(), right.size()) == 0;
+}
 
 // Appends to the NUL-terminated text whose length is given, within `capacity` bytes that include
 // the NUL; what does not fit is dropped. Answers the new length.

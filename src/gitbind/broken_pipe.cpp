@@ -1,4 +1,4 @@
-#include "support/broken_pipe.h"
+#include "gitbind/broken_pipe.h"
 
 #include <pthread.h>
 #include <ctime>

@@ -1,4 +1,4 @@
-#include "store/upper_case.h"
+#include "module/upper_case.h"
 
 #include "module/bootstrap.h"
 
