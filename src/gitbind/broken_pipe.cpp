@@ -27,7 +27,8 @@ BrokenPipeGuard::BrokenPipeGuard() : was_pending_(is_pending()) {
   pthread_sigmask(SIG_BLOCK, &set, &mask_before_);
 }
 
-// What came meanwhile is taken away before the mask is what it was; what came before is the host's.
+// A signal that arrived while it was held off is taken away before the old mask is restored. One
+// that was pending before belongs to the host and stays.
 BrokenPipeGuard::~BrokenPipeGuard() {
   const sigset_t set = only_broken_pipe();
   const timespec at_once{};

@@ -10,7 +10,7 @@ extern "C" __attribute__((visibility("hidden"))) HostControlBlock* v_global_gcb_
 extern void* v_global_pidb_anchor;
 extern HostServices* Exported_TKHandle;
 
-// The module's initialisation and its counterpart; the git functions need neither.
+// Initialises the module. Every function module has this routine; this one has nothing to do in it.
 void himodcn();
 
 }  // namespace uwugit

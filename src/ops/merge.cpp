@@ -24,26 +24,30 @@ constexpr Answer kAnswers[] = {
     {MergeEnd::kNotCommitted, -1}, {MergeEnd::kConflicts, -2}, {MergeEnd::kNotMerged, -3},
 };
 
+int find_theirs(const RepoCall& call, Held<git_reference>& reference,
+                Held<git_annotated_commit>& theirs) {
+  const char* prefix = is_remote_kind(call, kKind) ? kRemoteBranchPrefix : kLocalBranchPrefix;
+  const PoolText name = call.text(prefix, kBranch);
+  const int code =
+      required(GIT(call, git_reference_lookup), &reference.it, call.repo.it, name.text);
+  if (code < 0) return code;
+  return required(GIT(call, git_annotated_commit_from_ref), &theirs.it, call.repo.it, reference.it);
+}
+
 void merge(const RepoCall& call) {
   Head head(call);
   if (find_head(call, call.repo.it, &head) < 0) return call.give_up();
-  const PoolText branch = call.text(kBranch);
-  const PoolText full_name =
-      call.text(is_remote_kind(call, kKind) ? kRemoteBranchPrefix : kLocalBranchPrefix, kBranch);
   Held<git_reference> reference(call);
   Held<git_annotated_commit> theirs(call);
-  auto* id_of = GIT(call, git_annotated_commit_id);
-  if (required(GIT(call, git_reference_lookup), &reference.it, call.repo.it, full_name.text) < 0 ||
-      required(GIT(call, git_annotated_commit_from_ref), &theirs.it, call.repo.it, reference.it) <
-          0 ||
-      !id_of) {
-    return call.fail();
-  }
+  if (find_theirs(call, reference, theirs) < 0) return call.fail();
+  const git_oid* their_id = if_found(GIT(call, git_annotated_commit_id), theirs.it);
+  if (!their_id) return call.fail();
+  const PoolText branch = call.text(kBranch);
   const MergeEnd end = merge_into_head({.git = call,
                                         .pool = call.pool,
                                         .repo = call.repo.it,
                                         .theirs = theirs.it,
-                                        .their_id = id_of(theirs.it),
+                                        .their_id = their_id,
                                         .their_name = branch.text,
                                         .our_label = head.branch,
                                         .their_label = branch.text,

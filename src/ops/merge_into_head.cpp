@@ -15,7 +15,8 @@ int fail(GitModule* git) {
   return kFailed;
 }
 
-// Without either function there is no branch, which the step that moves it reports.
+// Where libgit2 lacks one of the two functions no branch is made, and the step that moves the
+// branch fails.
 int create_head_branch(GitModule* git, git_repository* repo, const git_reference* head,
                        const git_oid* target, git_reference** branch) {
   auto* symbolic_target = GIT(git, git_reference_symbolic_target);
