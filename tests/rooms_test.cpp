@@ -305,8 +305,8 @@ TEST_F(Rooms, KeepTheHeadOfALogWhereItIs) {
   EXPECT_EQ(log->last, nullptr);
   EXPECT_EQ(first.prev, &front);
   EXPECT_EQ(front.next, &first);
-  EXPECT_EQ(log_entry(log, 3), &third);
-  EXPECT_EQ(log_entry(log, 4), nullptr);
+  EXPECT_EQ(history_entry(log, 3), &third);
+  EXPECT_EQ(history_entry(log, 4), nullptr);
   EXPECT_EQ(free_repo_log("repo"), 0);
   EXPECT_EQ(free_repo_log("repo"), 0) << "also when there is none";
   EXPECT_EQ(headLogObject, nullptr);

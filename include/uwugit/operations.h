@@ -59,3 +59,14 @@ using omidcrp = int(HostPool* pool, const char* encoded, std::int64_t encoded_le
                     char** decoded, std::int64_t* decoded_length);
 
 }  // namespace uwugit::operation
+
+namespace uwugit {
+
+// A return code is a sign, a group of warning bits, and a facility and a message of 11 bits each.
+// All but the warning bits:
+constexpr std::uint32_t significant_bits(int code) {
+  return static_cast<std::uint32_t>(code) & 0x803FFFFF;
+}
+inline constexpr std::uint32_t kEndOfData = 0x801;  // the end of a file: nothing is wrong
+
+}  // namespace uwugit

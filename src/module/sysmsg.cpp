@@ -13,10 +13,6 @@ constexpr char kMessageVariable[] = "SYSMSG";
 constexpr char kCodeVariable[] = "SYSRC";
 constexpr int kMacroOption = 71;
 
-// A code is a sign, a group of warning bits, and a facility and a message of 11 bits each.
-constexpr std::uint32_t kSignificantBits = 0x803FFFFF;
-constexpr std::uint32_t kEndOfDataClass = 0x801;
-
 TaskWorkArea* work_area() {
   if (!function_library) fncinit();
   if (!function_library->work_area) {
@@ -29,9 +25,9 @@ TaskWorkArea* work_area() {
 }
 
 std::int64_t message_number(int code) {
-  const auto bits = static_cast<std::uint32_t>(code);
-  if ((bits & kSignificantBits) == 0) return 0;
-  if ((bits & kSignificantBits) == kEndOfDataClass) return -1;
+  const std::uint32_t bits = significant_bits(code);
+  if (bits == 0) return 0;
+  if (bits == kEndOfData) return -1;
   const std::int64_t number = (bits >> 11 & 0x7FF) * 10000 + (bits & 0x7FF);
   return code > 0 ? -number : number;
 }

@@ -5,17 +5,16 @@
 //
 // libgit2 reports a diff file by file. The file of the latest line is therefore almost always that
 // of the next; its content grows in one buffer that has room for all that a file may say, and its
-// end is kept: a line costs its own length and nothing else. When the next file begins, the content
-// moves to a block of its length. So a diff costs the memory of its text, in a pool that commits
-// untouched memory as well; and twenty thousand short files written through a warm buffer cost less
-// than as many fresh pages.
+// end is kept: a line costs its own length and nothing else. When a line of another file comes, the
+// content moves to a block of its length. So a diff costs the memory of its text, in a pool that
+// commits untouched memory as well; and twenty thousand short files written through a warm buffer
+// cost less than as many fresh pages.
 
 #include "ops/diff_lines.h"
 
 #include <array>
 #include <cstring>
 #include <string_view>
-#include <unordered_map>
 
 #include "module/pool.h"
 #include "store/diff_objects.h"
@@ -65,20 +64,6 @@ const char* change_type(const git_diff_delta* delta) {
   }
 }
 
-// The state of one print.
-struct Print {
-  const char* path = nullptr;  // of the latest line: libgit2's own, it lives as long as the diff
-  MeasuredDiffFile* file = nullptr;  // its record, whose content is in the buffer
-  char* buffer = nullptr;            // takes the content of the current file
-
-  std::string_view highest;  // name until now; libgit2 reports names in ascending order
-  // Files by name without trailing blanks, filled when a name is not above all others; then the
-  // first file that is not in it yet.
-  std::unordered_map<std::string_view, MeasuredDiffFile*> files;
-  DiffFileObject** unlisted = nullptr;
-};
-Print* current_print = nullptr;  // the callback has no payload
-
 void append(MeasuredDiffFile* file, std::string_view text) {
   file->content_length =
       wzstcat(file->content, file->content_length, kContentBlock, text.data(), text.size());
@@ -87,9 +72,7 @@ void append(MeasuredDiffFile* file, std::string_view text) {
 void append_record(MeasuredDiffFile* file, std::string_view opening, std::string_view line) {
   const std::size_t size = opening.size() + line.size() + kClosing.size();
   if (size >= kContentBlock - file->content_length) {
-    append(file, opening);
-    append(file, line);
-    append(file, kClosing);
+    for (const std::string_view text : {opening, line, kClosing}) append(file, text);
     return;
   }
   char* to = file->content + file->content_length;
@@ -98,24 +81,6 @@ void append_record(MeasuredDiffFile* file, std::string_view opening, std::string
   std::memcpy(to + opening.size() + line.size(), kClosing.data(), kClosing.size());
   to[size] = '\0';
   file->content_length += size;
-}
-
-std::string_view without_trailing_blanks(std::string_view name) {
-  return name.substr(0, name.find_last_not_of(' ') + 1);
-}
-
-// The file that has that name already, or null.
-MeasuredDiffFile* find_earlier(Print* print, std::string_view name) {
-  if (wzstcom(name.data(), name.size(), print->highest.data(), print->highest.size()) > 0) {
-    print->highest = name;
-    return nullptr;
-  }
-  for (; *print->unlisted; print->unlisted = &(*print->unlisted)->next) {
-    auto* file = static_cast<MeasuredDiffFile*>(*print->unlisted);
-    print->files.emplace(without_trailing_blanks(file->name), file);
-  }
-  const auto known = print->files.find(without_trailing_blanks(name));
-  return known == print->files.end() ? nullptr : known->second;
 }
 
 MeasuredDiffFile* add_file(const git_diff_delta* delta, std::string_view name) {
@@ -129,29 +94,34 @@ MeasuredDiffFile* add_file(const git_diff_delta* delta, std::string_view name) {
   return file;
 }
 
-// Gives the current file's content a block of its own.
-void keep_content(Print* print) {
-  MeasuredDiffFile* file = print->file;
-  if (file) file->content = copy_text(workingDiffObject->pool, print->buffer, file->content_length);
+// Moves the content of the open file from the buffer to a block of its own.
+void close_file(OpenDiffFile* open) {
+  MeasuredDiffFile* file = open->file;
+  if (file) file->content = copy_text(workingDiffObject->pool, open->buffer, file->content_length);
+  open->file = nullptr;
 }
 
-// Makes the delta's file the current one. Two deltas may be of one name, as a file that became a
-// link is (deleted and added); trailing blanks of names do not count. The lines of both are one
-// file's, and the first gives the change type. Answers whether the file is new.
-bool enter_file(Print* print, const git_diff_delta* delta) {
-  keep_content(print);
-  print->path = delta->new_file.path;
-  const std::string_view name(print->path, wzstlen(print->path));
-  print->file = find_earlier(print, name);
-  const bool is_new = !print->file;
-  if (is_new) {
-    print->file = add_file(delta, name);
-  } else {
-    HostPool* pool = workingDiffObject->pool;
-    std::memcpy(print->buffer, print->file->content, print->file->content_length + 1);
-    pool->free_block(pool, print->file->content);
+// Moves a file's content into the buffer, where it grows. A new file has none yet.
+void open_content(OpenDiffFile* open, MeasuredDiffFile* file) {
+  HostPool* pool = workingDiffObject->pool;
+  if (!open->buffer) open->buffer = static_cast<char*>(pool->allocate(pool, kContentBlock, 0));
+  if (file->content) {
+    std::memcpy(open->buffer, file->content, file->content_length + 1);
+    pool->free_block(pool, file->content);
   }
-  print->file->content = print->buffer;
+  file->content = open->buffer;
+  open->file = file;
+}
+
+// Opens the delta's file in place of the one that was open, and answers whether it is a new one.
+// Two deltas may be of one name, as a file that became a link is (deleted and added); trailing
+// blanks of names do not count. The lines of both are one file's, and the first gives the change
+// type.
+bool change_file(OpenDiffFile* open, const git_diff_delta* delta, std::string_view name) {
+  close_file(open);
+  auto* file = static_cast<MeasuredDiffFile*>(findDiffFileObject(name));
+  const bool is_new = !file;
+  open_content(open, is_new ? add_file(delta, name) : file);
   return is_new;
 }
 
@@ -159,29 +129,27 @@ bool enter_file(Print* print, const git_diff_delta* delta) {
 
 int diff_line_cb(const git_diff_delta* delta, const git_diff_hunk*, const git_diff_line* line,
                  void*) {
-  Print* print = current_print;
-  const bool is_same_file = print->file && delta->new_file.path == print->path;
-  const bool is_first = !is_same_file && enter_file(print, delta);
+  OpenDiffFile* open = open_file(workingDiffObject);
+  // The path is compared by its characters: libgit2 may use its memory again for the next file.
+  const std::string_view name(delta->new_file.path, wzstlen(delta->new_file.path));
+  const bool is_same_file = open->file && is_same_text(open->file->name, name);
+  const bool is_first = !is_same_file && change_file(open, delta, name);
   std::string_view opening = kOpeningOfOrigin[static_cast<unsigned char>(line->origin)];
-  if (is_first && !opening.empty()) opening.remove_prefix(1);
-  if (print->file->content_length == kContentBlock - 1) return 0;  // nothing more has room
+  if (is_first && !opening.empty()) opening.remove_prefix(1);     // the comma
+  if (open->file->content_length == kContentBlock - 1) return 0;  // nothing more has room
   // A text ends at its NUL: one inside a line would hide the rest of the content from its readers.
-  append_record(print->file, opening, {line->content, strnlen(line->content, line->content_len)});
+  append_record(open->file, opening, {line->content, strnlen(line->content, line->content_len)});
   return 0;
 }
 
-int print_diff(GitModule* git, git_diff* diff) {
-  auto* print_patch = GIT(git, git_diff_print);
-  if (!print_patch) return -1;
+int record_lines(GitModule* git, git_diff* diff) {
+  const int code = required(GIT(git, git_diff_print), diff, GIT_DIFF_FORMAT_PATCH, diff_line_cb,
+                            static_cast<void*>(nullptr));
   HostPool* pool = workingDiffObject->pool;
-  Print print;
-  print.buffer = static_cast<char*>(pool->allocate(pool, kContentBlock, 0));
-  print.unlisted = &workingDiffObject->firstFile;
-  current_print = &print;
-  const int code = print_patch(diff, GIT_DIFF_FORMAT_PATCH, diff_line_cb, nullptr);
-  keep_content(&print);
-  current_print = nullptr;
-  pool->free_block(pool, print.buffer);
+  OpenDiffFile* open = open_file(workingDiffObject);
+  close_file(open);
+  if (open->buffer) pool->free_block(pool, open->buffer);
+  open->buffer = nullptr;
   return code;
 }
 

@@ -1,24 +1,11 @@
 // The status of a working tree.
 //
-// get_status(repository) -> number of entries
-//     Lists the changed files: one note per file in the log, one entry (or two, for a file that is
-//     both staged and changed since) in the repository's status object, which replaces an earlier
-//     one. -2: libgit2 failed. -1: libgit2 could not be loaded or initialised, or lacks
-//     git_status_list_new.
-//
-// get_status_attribute(number, repository, attribute, variable) -> 0
-//     Fills the variable with the PATH, STATUS or STAGED of one entry, blank-padded. 1: no such
-//     attribute. 2: no such entry. -2: no status object for the repository.
-//
-// free_status_objects(repository) -> 0
-//     Discards the repository's entries. 1: there were none. -2: their memory could not be
-//     released.
-//
-// Example: get_status("/home/me/project"); get_status_attribute(1, "/home/me/project", "PATH",
-// path);
+// get_status(repository) -> number of entries, or -1, -2
+// get_status_attribute(number, repository, attribute, variable) -> 0, 1, 2, -2
+// free_status_objects(repository) -> 0, 1, -2
 
 #include "gitbind/frame.h"
-#include "module/upper_case.h"
+#include "ops/attributes.h"
 #include "store/status_objects.h"
 #include "uwugit/functions.h"
 
@@ -27,8 +14,8 @@ namespace {
 
 constexpr FrameRules kGetStatus = {.pool_name = "gitStatusPool",
                                    .is_result_preset = true,
-                                   .is_load_failure_reported = true,
-                                   .failure = kLibgit2Failure};
+                                   .failure = kLibgit2Failure,
+                                   .opening_error = message::kGitError};
 constexpr char kGetStatusAttributePool[] = "get_status_attribute_pool";
 constexpr char kFreeStatusPool[] = "free_status_pool";
 
@@ -100,82 +87,53 @@ int git_status_foreach_cb(const char* path, unsigned flags, void*) {
   return 0;
 }
 
-void replace_status_object(const char* path) {
-  if (findRepoStatusObject(path)) free_repo_status(path);
-  statusCount = 0;
-  workingRepoStatus = insertRepoStatusAtTail(path);
-}
-
-void list_status(GitCall& call, const char* path) {
-  Held<git_repository> repo(call.git);
-  if (open_repo(call.git, path, &repo.it) != 0) return call.fail();
-
-  auto* new_list = GIT(call, git_status_list_new);
-  if (!new_list) return;  // the result stays at -1
+git_status_options checking_options() {
   git_status_options options = {};
   options.version = GIT_STATUS_OPTIONS_VERSION;
   options.show = GIT_STATUS_SHOW_INDEX_AND_WORKDIR;
   options.flags = kStatusFlags;
-  // Made to check the repository and to refresh its index; the entries come from the walk below,
-  // whose own default options differ.
-  Held<git_status_list> list(call.git);
-  if (new_list(&list.it, repo.it, &options) != 0) return call.fail();
+  return options;
+}
 
-  replace_status_object(path);
+void replace_status(std::string_view path) {
+  free_repo_status(path);
+  statusCount = 0;
+  workingRepoStatus = insertRepoStatusAtTail(path);
+}
+
+void list_status(const RepoCall& call) {
+  auto* new_list = GIT(call, git_status_list_new);
+  if (!new_list) return;  // the result stays at -1, and nothing is logged
+  // The list is made to check the repository and to refresh its index; the entries come from the
+  // walk below, whose own default options differ.
+  const git_status_options options = checking_options();
+  Held<git_status_list> list(call);
+  if (new_list(&list.it, call.repo.it, &options) != 0) return call.fail();
+
+  replace_status(call.path.text);
   int payload = 0;
-  int walked = 0;
-  if (auto* walk = GIT(call, git_status_foreach)) {
-    walked = walk(repo.it, git_status_foreach_cb, &payload);
-  }
+  const int code =
+      if_found(GIT(call, git_status_foreach), call.repo.it, git_status_foreach_cb, &payload);
   *call.result = statusCount;
-  if (walked != 0) call.fail();
+  if (code != 0) call.fail();
 }
 
-using AttributeReader = const char*(const GitStatusEntry* entry);
-struct Attribute {
-  std::string_view name;
-  AttributeReader* read;
+void write_staged(const GitStatusEntry* entry, HostPool*, HostString* variable) {
+  const std::string_view value = entry->staged == kStaged ? "TRUE" : "FALSE";
+  write_value(variable, value.data(), value.size());
+}
+
+constexpr Attribute<GitStatusEntry> kAttributes[] = {
+    {"PATH", write_text<&GitStatusEntry::path>},
+    {"STATUS", write_text<&GitStatusEntry::status>},
+    {"STAGED", write_staged},
 };
-constexpr Attribute kAttributes[] = {
-    {"PATH", [](const GitStatusEntry* entry) -> const char* { return entry->path; }},
-    {"STATUS", [](const GitStatusEntry* entry) { return entry->status; }},
-    {"STAGED",
-     [](const GitStatusEntry* entry) { return entry->staged == kStaged ? "TRUE" : "FALSE"; }},
-};
-
-// Fills the variable and answers the result; the attribute's name is upper-cased in place.
-double read_attribute(const GitStatusEntry* entry, char* attribute_name, HostString* variable) {
-  toUpperCase(attribute_name);
-  const std::string_view wanted(attribute_name);
-  blank_fill(variable);
-  double result = kNoSuchAttribute;
-  for (const Attribute& attribute : kAttributes) {
-    if (!is_same_text(attribute.name, wanted)) continue;
-    const char* value = attribute.read(entry);
-    write_value(variable, value, wzstlen(value));
-    result = kSuccess;
-    break;
-  }
-  take_full_capacity(variable);
-  return result;
-}
-
-// The repository's status object, made the working one; null when there is none.
-RepoStatus* select_status_object(const PoolText& path) {
-  if (!workingRepoStatus || !is_status_of(workingRepoStatus, {path.text, path.length})) {
-    workingRepoStatus = findRepoStatusObject(path.text);
-  }
-  return workingRepoStatus;
-}
 
 }  // namespace
 
 int get_status(const HostArgumentBlock* arguments, double* result) {
-  const HostText path_argument = text_argument(arguments, 0);
-  GitCall call(kGetStatus, arguments, result);
-  if (!call.is_ready()) return 0;
-  const PoolText path(call.pool, path_argument);
-  list_status(call, path.text);
+  const RepoCall call(kGetStatus, arguments, result);
+  if (call.is_ready()) list_status(call);
   return 0;
 }
 
@@ -185,16 +143,18 @@ int get_status_attribute(const HostArgumentBlock* arguments, double* result) {
   prefetch_status_entry(number);
   HostPool* pool = create_pool(kGetStatusAttributePool);
   const PoolText path(pool, text_argument(arguments, 1));
-  const PoolText attribute(pool, text_argument(arguments, 2));
-  RepoStatus* repo = select_status_object(path);
-  if (!repo) {
+  const PoolText name(pool, text_argument(arguments, 2));
+  RepoStatus* status = select_status(path.text);
+  if (!status) {
     *result = kNoStatusObjects;
     xpslog(message::kNoStatusObjects);
     return 0;
   }
-  const GitStatusEntry* entry = status_entry(repo, number);
-  *result =
-      entry ? read_attribute(entry, attribute.text, output_argument(arguments, 3)) : kNoSuchEntry;
+  *result = kNoSuchEntry;
+  if (const GitStatusEntry* entry = status_entry(status, number)) {
+    HostString* variable = output_argument(arguments, 3);
+    *result = read_attribute(kAttributes, entry, name, variable) ? kSuccess : kNoSuchAttribute;
+  }
   return 0;
 }
 

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
-#include "support/strings.h"
 #include "uwugit/records.h"
 
 namespace uwugit {
@@ -20,6 +20,12 @@ struct MeasuredDiffFile : DiffFileObject {
   std::size_t content_length;
 };
 
+// Where the lines of a diff go as they come. Both null: no line came yet.
+struct OpenDiffFile {
+  MeasuredDiffFile* file;  // that of the latest line
+  char* buffer;            // holds its content
+};
+
 // The keys are NUL-terminated. They are stored as they are, not copied, so they must live as long
 // as the object; the object's pool takes its name from key1.
 DiffObject* createNewDiffObject(char* key1, char* key2, char* key3);  // not linked
@@ -29,12 +35,12 @@ DiffObject* insertDiffObjectAtTail(char* key1, char* key2, char* key3);
 // Moves the object's keys into its own pool, where they live exactly as long as it does.
 void own_keys(DiffObject* diff);
 
-// Whether these are the object's keys (case-sensitive, trailing blanks insignificant).
-bool has_keys(const DiffObject* diff, const char* key1, const char* key2, const char* key3);
-
 // The first object of these keys, or null. Upper-cases the caller's keys in place, but no stored
 // ones: only an object whose keys were upper-cased before can be found.
 DiffObject* findDiffObject(char* key1, char* key2, char* key3);
+
+// The same, made the working object. Costs no search when it is that already.
+DiffObject* select_diff(char* key1, char* key2, char* key3);
 
 // Finds the object in the same way and frees it with all its files: 0, also when there is none; 1
 // when its pool could not be destroyed.
@@ -46,9 +52,12 @@ int free_diffObject(char* key1, char* key2, char* key3);
 // stays the first: a walk from the first, a search and the numbers do not meet it.
 void insertDiffFileObjectAtHead(DiffFileObject* file);
 void insertDiffFileObjectAtTail(DiffFileObject* file);
-DiffFileObject* findDiffFileObject(const char* name);  // by a walk; null when there is none
+// The first file of that name (trailing blanks insignificant), or null. Costs the same for any.
+DiffFileObject* findDiffFileObject(std::string_view name);
 
 // The file with that number, counted from 1, or null. Costs the same for every number.
-DiffFileObject* diff_file(DiffObject* diff, std::int64_t number);
+const MeasuredDiffFile* diff_file(DiffObject* diff, std::int64_t number);
+
+OpenDiffFile* open_file(DiffObject* diff);
 
 }  // namespace uwugit

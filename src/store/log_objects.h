@@ -1,11 +1,10 @@
-// The commit logs of repositories, kept between calls: one RepoLog per repository path with the
-// list of its CommitGraphNode records. A log lives in the pool of the call that built it and owns
+// The histories of repositories, kept between calls: one RepoLog per repository path with the list
+// of its CommitGraphNode records. A history lives in the pool of the call that built it and owns
 // that pool.
 #pragma once
 
 #include <string_view>
 
-#include "support/strings.h"
 #include "uwugit/records.h"
 
 namespace uwugit {
@@ -15,17 +14,20 @@ extern RepoLog* headLogObject;  // the first object, or null
 // free, which clears it together with its object.
 extern RepoLog* workingRepoLogObject;
 
-// All paths are NUL-terminated and copied into the pool.
-RepoLog* createNewRepoLogObject(HostPool* pool, const char* path);  // not linked
-RepoLog* insertRepoLogAtHead(HostPool* pool, const char* path);
-RepoLog* insertRepoLogAtTail(HostPool* pool, const char* path);
+// All paths are copied into the pool.
+RepoLog* createNewRepoLogObject(HostPool* pool, std::string_view path);  // not linked
+RepoLog* insertRepoLogAtHead(HostPool* pool, std::string_view path);
+RepoLog* insertRepoLogAtTail(HostPool* pool, std::string_view path);
 
 // The first object of that path (case-sensitive, trailing blanks insignificant), or null.
-RepoLog* findRepoLogObject(const char* path);
+RepoLog* findRepoLogObject(std::string_view path);
+
+// The same, made the working object. Costs no search when it is that already.
+RepoLog* select_history(std::string_view path);
 
 // Frees the object of that path with all its nodes: 0, also when there is none; 1 when its pool
 // could not be destroyed.
-int free_repo_log(const char* path);
+int free_repo_log(std::string_view path);
 
 // Nodes of workingRepoLogObject, which must be set.
 //
@@ -33,15 +35,15 @@ int free_repo_log(const char* path);
 // stays the first: a walk from the first, a search and the numbers do not meet it.
 void insertCommitGraphNodeAtHead(CommitGraphNode* node);
 void insertCommitGraphNodeAtTail(CommitGraphNode* node);
-CommitGraphNode* findCommitGraphNode(const char* id);  // by a walk; null when there is none
+CommitGraphNode* findCommitGraphNode(std::string_view id);  // by a walk; null when there is none
 
-// Whether the object is that of a path, as findRepoLogObject compares.
-bool is_log_of(RepoLog* log, std::string_view path);
+// The same as insertCommitGraphNodeAtTail for any history.
+void append_node(RepoLog* history, CommitGraphNode* node);
 
 // The node with that number, counted from 1, or null. Costs the same for every number.
-CommitGraphNode* log_entry(RepoLog* log, std::int64_t number);
+CommitGraphNode* history_entry(RepoLog* history, std::int64_t number);
 
 // Starts fetching that node of workingRepoLogObject, if it is set, from memory.
-void prefetch_log_entry(std::int64_t number);
+void prefetch_history_entry(std::int64_t number);
 
 }  // namespace uwugit

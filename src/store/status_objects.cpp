@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "module/pool.h"
 #include "store/list_index.h"
 #include "store/object_list.h"
 
@@ -15,11 +14,8 @@ std::int32_t statusCount = 0;
 namespace {
 
 constexpr char kPoolName[] = "repoStatusListPool";
-constexpr int kFreed = 0;
-constexpr int kNoObject = 1;
-constexpr int kPoolNotDestroyed = -2;
 
-// What the store keeps behind each record, so that appending and reading cost the same at any
+// What the store keeps behind each object, so that appending and reading cost the same at any
 // length.
 struct StoredRepoStatus : RepoStatus {
   std::size_t path_length;
@@ -27,88 +23,70 @@ struct StoredRepoStatus : RepoStatus {
   ListIndex<GitStatusEntry> index;
 };
 
-StoredRepoStatus* stored(RepoStatus* repo) { return static_cast<StoredRepoStatus*>(repo); }
+StoredRepoStatus* stored(RepoStatus* status) { return static_cast<StoredRepoStatus*>(status); }
 
 }  // namespace
 
-RepoStatus* createNewRepoStatusObject(const char* path) {
-  HostPool* pool = create_pool(kPoolName);
-  const std::size_t path_length = wzstlen(path);
-  char* path_copy = copy_text(pool, path, path_length);
-  auto* repo = static_cast<StoredRepoStatus*>(pool->allocate(pool, sizeof(StoredRepoStatus), 0));
-  *repo = {};
-  repo->path = path_copy;
-  repo->pool = pool;
-  repo->path_length = path_length;
-  return repo;
+RepoStatus* createNewRepoStatusObject(std::string_view path) {
+  return new_object_of<StoredRepoStatus>(path, create_pool(kPoolName));
 }
 
-RepoStatus* insertRepoStatusAtHead(const char* path) {
-  RepoStatus* repo = createNewRepoStatusObject(path);
-  link_at_head(&headStatus, repo);
-  return repo;
+RepoStatus* insertRepoStatusAtHead(std::string_view path) {
+  return link_at_head(&headStatus, createNewRepoStatusObject(path));
 }
 
-RepoStatus* insertRepoStatusAtTail(const char* path) {
-  RepoStatus* repo = createNewRepoStatusObject(path);
-  link_at_tail(&headStatus, repo);
-  return repo;
+RepoStatus* insertRepoStatusAtTail(std::string_view path) {
+  return link_at_tail(&headStatus, createNewRepoStatusObject(path));
 }
 
-RepoStatus* findRepoStatusObject(const char* path) {
-  for (RepoStatus* repo = headStatus; repo && repo->path; repo = repo->next) {
-    if (is_same_text(repo->path, path)) return repo;
-  }
-  return nullptr;
+RepoStatus* findRepoStatusObject(std::string_view path) {
+  return find_by<&RepoStatus::path>(path, headStatus);
 }
 
-int free_repo_status(const char* path) {
-  RepoStatus* repo = findRepoStatusObject(path);
-  workingRepoStatus = nullptr;  // a later read must not meet what is freed here
-  if (!repo || !repo->pool) return kNoObject;
-  unlink(&headStatus, repo);
-  HostPool* pool = repo->pool;
-  return pool->destroy(pool) == 0 ? kFreed : kPoolNotDestroyed;
+RepoStatus* select_status(std::string_view path) {
+  RepoStatus* status = workingRepoStatus;
+  if (status && is_same_text({status->path, stored(status)->path_length}, path)) return status;
+  return workingRepoStatus = findRepoStatusObject(path);
 }
 
-GitStatusEntry* createNewGitStatusEntry(const char* path, const char* status, std::int32_t staged) {
+int free_repo_status(std::string_view path) {
+  return free_object(&headStatus, &workingRepoStatus, findRepoStatusObject(path),
+                     {.not_found = 1, .pool_not_destroyed = -2});
+}
+
+GitStatusEntry* createNewGitStatusEntry(std::string_view path, const char* status,
+                                        std::int32_t staged) {
   HostPool* pool = workingRepoStatus->pool;
   // Record and path share a block: a read in random order meets one place in memory, not two.
-  const std::size_t size = wzstlen(path) + 1;
-  void* block = pool->allocate(pool, sizeof(GitStatusEntry) + size, 0);
+  void* block = pool->allocate(pool, sizeof(GitStatusEntry) + path.size() + 1, 0);
   auto* entry = static_cast<GitStatusEntry*>(block);
-  char* path_copy = static_cast<char*>(block) + sizeof(GitStatusEntry);
-  std::memcpy(path_copy, path, size);
+  auto* path_copy = reinterpret_cast<char*>(entry + 1);
+  std::memcpy(path_copy, path.data(), path.size());
+  path_copy[path.size()] = '\0';
   *entry = {path_copy, status, staged, nullptr, nullptr};
   return entry;
 }
 
-GitStatusEntry* insertGitStatusEntryAtHead(const char* path, const char* status,
+GitStatusEntry* insertGitStatusEntryAtHead(std::string_view path, const char* status,
                                            std::int32_t staged) {
-  StoredRepoStatus* repo = stored(workingRepoStatus);
+  StoredRepoStatus* owner = stored(workingRepoStatus);
+  owner->index.is_current = false;
   GitStatusEntry* entry = createNewGitStatusEntry(path, status, staged);
-  link_at_head(&repo->entries, entry);
-  if (!repo->last_entry) repo->last_entry = entry;
-  repo->index.is_current = false;
+  if (!owner->entries) owner->last_entry = entry;
+  return link_at_head(&owner->entries, entry);
+}
+
+GitStatusEntry* insertGitStatusEntryAtTail(std::string_view path, const char* status,
+                                           std::int32_t staged) {
+  StoredRepoStatus* owner = stored(workingRepoStatus);
+  owner->index.is_current = false;
+  GitStatusEntry* entry = createNewGitStatusEntry(path, status, staged);
+  append(&owner->entries, &owner->last_entry, entry);
   return entry;
 }
 
-GitStatusEntry* insertGitStatusEntryAtTail(const char* path, const char* status,
-                                           std::int32_t staged) {
-  StoredRepoStatus* repo = stored(workingRepoStatus);
-  GitStatusEntry* entry = createNewGitStatusEntry(path, status, staged);
-  link_at_tail(repo->last_entry ? &repo->last_entry : &repo->entries, entry);
-  repo->last_entry = entry;
-  repo->index.is_current = false;
-  return entry;
-}
-
-bool is_status_of(RepoStatus* repo, std::string_view path) {
-  return is_same_text({repo->path, stored(repo)->path_length}, path);
-}
-
-GitStatusEntry* status_entry(RepoStatus* repo, std::int64_t number) {
-  return stored(repo)->index.at(number, repo->entries, repo->pool);
+GitStatusEntry* status_entry(RepoStatus* status, std::int64_t number) {
+  return stored(status)->index.at(number, status->entries, status->pool);
 }
 
 void prefetch_status_entry(std::int64_t number) {

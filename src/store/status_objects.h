@@ -4,7 +4,6 @@
 
 #include <string_view>
 
-#include "support/strings.h"
 #include "uwugit/records.h"
 
 namespace uwugit {
@@ -15,31 +14,31 @@ extern RepoStatus* headStatus;  // the first object, or null
 extern RepoStatus* workingRepoStatus;
 extern std::int32_t statusCount;  // entries that the latest get_status reported
 
-// All paths are NUL-terminated and copied into the object's pool.
-RepoStatus* createNewRepoStatusObject(const char* path);  // not linked
-RepoStatus* insertRepoStatusAtHead(const char* path);
-RepoStatus* insertRepoStatusAtTail(const char* path);
+// All paths are copied into the object's pool.
+RepoStatus* createNewRepoStatusObject(std::string_view path);  // not linked
+RepoStatus* insertRepoStatusAtHead(std::string_view path);
+RepoStatus* insertRepoStatusAtTail(std::string_view path);
 
 // The first object of that path (case-sensitive, trailing blanks insignificant), or null.
-RepoStatus* findRepoStatusObject(const char* path);
+RepoStatus* findRepoStatusObject(std::string_view path);
+
+// The same, made the working object. Costs no search when it is that already.
+RepoStatus* select_status(std::string_view path);
 
 // Frees the object of that path with all its entries: 0; 1 when there is none; -2 when its pool
 // could not be destroyed.
-int free_repo_status(const char* path);
+int free_repo_status(std::string_view path);
 
 // Entries of workingRepoStatus, which must be set. The status word is kept as it is, not copied.
-GitStatusEntry* createNewGitStatusEntry(const char* path, const char* status,
+GitStatusEntry* createNewGitStatusEntry(std::string_view path, const char* status,
                                         std::int32_t staged);  // not linked
-GitStatusEntry* insertGitStatusEntryAtHead(const char* path, const char* status,
+GitStatusEntry* insertGitStatusEntryAtHead(std::string_view path, const char* status,
                                            std::int32_t staged);
-GitStatusEntry* insertGitStatusEntryAtTail(const char* path, const char* status,
+GitStatusEntry* insertGitStatusEntryAtTail(std::string_view path, const char* status,
                                            std::int32_t staged);
-
-// Whether the object is that of a path, as findRepoStatusObject compares.
-bool is_status_of(RepoStatus* repo, std::string_view path);
 
 // The entry with that number, counted from 1, or null. Costs the same for every number.
-GitStatusEntry* status_entry(RepoStatus* repo, std::int64_t number);
+GitStatusEntry* status_entry(RepoStatus* status, std::int64_t number);
 
 // Starts fetching that entry of workingRepoStatus, if it is set, from memory.
 void prefetch_status_entry(std::int64_t number);

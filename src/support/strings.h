@@ -20,6 +20,10 @@ inline bool is_same_text(std::string_view left, std::string_view right) {
   return wzstcom(left.data(), left.size(), right.data(), right.size()) == 0;
 }
 
+inline std::string_view without_trailing_blanks(std::string_view text) {
+  return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
 // Appends to the NUL-terminated text whose length is given, within `capacity` bytes that include
 // the NUL; what does not fit is dropped. Answers the new length.
 std::size_t wzstcat(char* text, std::size_t length, std::size_t capacity, const char* addition,
