@@ -88,12 +88,12 @@ PendingCommit take_pending(Walk& walk, const git_oid& oid) {
 
 const char* flag(bool is_set) { return is_set ? "TRUE" : "FALSE"; }
 
-// A node in one piece of memory with room for its parents, its children, an id that is empty yet,
-// and behind that `text_size` bytes for its texts.
+// A node in one piece of memory with its children, room for its parents and its id, and behind that
+// `text_size` bytes for its texts.
 CommitGraphNode* new_node(Walk& walk, const PendingCommit& pending, std::uint32_t parent_count,
                           std::size_t text_size) {
   const std::size_t children = pending.places.size();
-  const std::size_t links = (parent_count + children) * sizeof(CommitGraphNode*);
+  const std::size_t links = (parent_count + children) * sizeof(void*);
   void* memory = walk.memory.take(sizeof(CommitGraphNode) + links + kIdSize + text_size);
   auto* node = static_cast<CommitGraphNode*>(memory);
   *node = {};
@@ -101,7 +101,6 @@ CommitGraphNode* new_node(Walk& walk, const PendingCommit& pending, std::uint32_
   node->childCount = static_cast<std::uint32_t>(children);
   node->parents = reinterpret_cast<CommitGraphNode**>(node + 1);
   node->children = node->parents + parent_count;
-  node->id = static_cast<char*>(std::memset(node->children + children, 0, kIdSize));
   for (std::size_t i = 0; i < children; ++i) {
     const auto& [child, index] = pending.places[i];
     node->children[i] = child;
@@ -112,7 +111,7 @@ CommitGraphNode* new_node(Walk& walk, const PendingCommit& pending, std::uint32_
   return node;
 }
 
-char* id_room(CommitGraphNode* node) {
+char* room_for_id(CommitGraphNode* node) {
   return reinterpret_cast<char*>(node->children + node->childCount);
 }
 
@@ -200,15 +199,15 @@ void expect_parents(Walk& walk, CommitGraphNode* node, const git_commit* commit)
   }
 }
 
-void add_commit(Walk& walk, const git_oid& oid, const git_commit* commit) {
+void add_node(Walk& walk, const git_oid& oid, const git_commit* commit) {
   const WalkFunctions& git2 = walk.git2;
   PendingCommit pending = take_pending(walk, oid);
   pending.branch_state = branch_state(walk, oid, pending.branch_state);
   const CommitTexts texts(git2, commit);
   const std::uint32_t parent_count = if_found(git2.git_commit_parentcount, commit);
   CommitGraphNode* node = new_node(walk, pending, parent_count, texts.size());
-  if_found(git2.git_oid_tostr, id_room(node), kIdSize, &oid);
-  texts.copy_to(id_room(node) + kIdSize, node);
+  node->id = if_found(git2.git_oid_tostr, room_for_id(node), kIdSize, &oid);
+  texts.copy_to(room_for_id(node) + kIdSize, node);
   node->stash = flag(SameId()(oid, walk.stash));
   node->time = if_found(git2.git_commit_time, commit);
   node->graphColumn = kFirstColumn;
@@ -216,12 +215,26 @@ void add_commit(Walk& walk, const git_oid& oid, const git_commit* commit) {
   append_node(walk.history, node);
 }
 
+// False when the commit cannot be looked up. The walk goes on without it.
+bool add_commit(Walk& walk, const RepoCall& call, const git_oid& oid) {
+  git_commit* commit = nullptr;
+  if (required(walk.git2.git_commit_lookup, &commit, call.repo.it, &oid) != 0) {
+    log_git_error(call);
+    return false;
+  }
+  add_node(walk, oid, commit);
+  if_found(walk.git2.git_commit_free, commit);
+  return true;
+}
+
 // Commits that were named as parents and never reached (of a shallow clone, or lost) are known by
 // their ids. They have nodes for their children's sake, which are not in the list.
 void add_unreached(Walk& walk) {
   for (const auto& [oid, pending] : walk.pending) {
     CommitGraphNode* node = new_node(walk, pending, 0, 0);
-    if_found(walk.git2.git_oid_fmt, id_room(node), &oid);
+    char* id = room_for_id(node);
+    id[kIdSize - 1] = '\0';
+    if (required(walk.git2.git_oid_fmt, id, &oid) == 0) node->id = id;
   }
 }
 
@@ -272,14 +285,7 @@ void walk_history(const RepoCall& call) {
                .pending = {}};
   std::int32_t count = 0;
   for (git_oid oid; required(walk.git2.git_revwalk_next, &oid, revwalk.it) == 0;) {
-    git_commit* commit = nullptr;
-    if (required(walk.git2.git_commit_lookup, &commit, call.repo.it, &oid) != 0) {
-      log_git_error(call);
-      continue;
-    }
-    add_commit(walk, oid, commit);
-    if_found(walk.git2.git_commit_free, commit);
-    ++count;
+    if (add_commit(walk, call, oid)) ++count;
   }
   add_unreached(walk);
   *call.result = count;

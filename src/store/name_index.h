@@ -24,14 +24,18 @@ struct NameIndex {
   // The first record with that name, trailing blanks insignificant, or null. A record without a
   // name ends the list.
   Record* find(std::string_view name, Record* first, HostPool* pool) {
-    for (Record* next = latest ? latest->next : first; next && next->name; next = next->next) {
-      if (2 * (count + 1) > capacity) grow(pool);
-      Record** slot = slot_of(next->name);
-      if (!*slot) ++count;
-      if (!*slot) *slot = next;
-      latest = next;
-    }
+    Record* next = latest ? latest->next : first;
+    for (; next && next->name; next = next->next) take_in(next, pool);
     return capacity == 0 ? nullptr : *slot_of(name);
+  }
+
+  void take_in(Record* record, HostPool* pool) {
+    latest = record;
+    if (2 * (count + 1) > capacity) grow(pool);
+    Record** slot = slot_of(record->name);
+    if (*slot) return;  // of two with one name the first is found
+    *slot = record;
+    ++count;
   }
 
   // The slot that holds the name's record, or the free one where it would stand.
