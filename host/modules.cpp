@@ -15,9 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct ModuleSlots {
-  static constexpr char kName[] = "loaded module";
-};
 constexpr std::size_t kModuleSlots = 32;
 
 // Hashes and compares names without making strings of them.
@@ -76,7 +73,7 @@ SearchLists SearchLists::from_environment(const fs::path& companion_folder) {
           .install = list_from_environment("UWUGIT_INSTALL_PATH", {})};
 }
 
-class LoadedModule final : public FullTable<GitModule, ModuleSlots, kModuleSlots> {
+class LoadedModule final : public FullTable<GitModule, "loaded module", kModuleSlots> {
  public:
   LoadedModule(fs::path file, void* handle, const ModuleLoader::LookupHook& hook)
       : file_(std::move(file)), handle_(handle), hook_(hook) {

@@ -48,14 +48,11 @@ struct Block {
 };
 static_assert(sizeof(Block) == kHeader);
 
-struct PoolSlots {
-  static constexpr char kName[] = "pool";
-};
 constexpr std::size_t kPoolSlots = 32;
 
 }  // namespace
 
-class Pool final : public FullTable<HostPool, PoolSlots, kPoolSlots> {
+class Pool final : public FullTable<HostPool, "pool", kPoolSlots> {
  public:
   Pool();
 
