@@ -36,8 +36,8 @@ void end_run_out_of_memory(const char* pool, std::size_t bytes) {
 }
 
 void end_run_missing_operation(std::string_view operation) {
-  end_run(kInternalError, "The module called " + std::string(operation) +
-                              ", which this host does not provide.");
+  end_run(kInternalError,
+          "The module called " + std::string(operation) + ", which this host does not provide.");
 }
 
 }  // namespace uwugit::host
