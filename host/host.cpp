@@ -2,12 +2,8 @@
 // allocator and the upper-case table.
 #include "uwugithost/host.h"
 
-#include <algorithm>
 #include <array>
 #include <bit>
-#include <cctype>
-#include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 
 #include "missing_slots.h"

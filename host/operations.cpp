@@ -106,12 +106,13 @@ int set_numeric_macro(void* anchor, const char* name, std::int64_t name_length, 
 int decode_password(HostPool* pool, const char* encoded, std::int64_t length, char** decoded,
                     std::int64_t* decoded_length) try {
   constexpr int kNotEncoded = -1;
-  std::optional<std::string> password = host().passwords().decode(text_of(encoded, length));
-  if (!password) return kNotEncoded;
-  *decoded = static_cast<char*>(pool->allocate(pool, password->size() + 1, 0));
-  std::memcpy(*decoded, password->data(), password->size());
-  *decoded_length = static_cast<std::int64_t>(password->size());
-  explicit_bzero(password->data(), password->size());
+  std::optional<std::string> found = host().passwords().decode(text_of(encoded, length));
+  if (!found) return kNotEncoded;
+  std::string& password = *found;
+  *decoded = static_cast<char*>(pool->allocate(pool, password.size() + 1, 0));
+  std::memcpy(*decoded, password.data(), password.size());
+  *decoded_length = static_cast<std::int64_t>(password.size());
+  explicit_bzero(password.data(), password.size());
   return 0;
 } catch (const std::exception& error) {
   constexpr int kNoKey = -2;
