@@ -1,11 +1,10 @@
-// The arguments by which clone, fetch, pull and push take credentials.
+// The rows that clone, fetch, pull and push share: how credentials are given, and how a transfer
+// fails.
 #pragma once
 
-#include "uwugithost/catalogue.h"
+#include "rows.h"
 
 namespace uwugit::host {
-
-inline constexpr bool kOptional = true;
 
 inline constexpr Parameter kUser = {"user", Kind::kText,
                                     "user name; over SSH the same one as in the URL", kOptional};
@@ -28,5 +27,10 @@ inline constexpr Parameter kCertificate = {
 inline constexpr Parameter kDefaultCredentials = {
     "default_credentials", Kind::kNumber,
     "1: the platform's own credentials; user, password and keys are ignored", kOptional};
+
+inline constexpr ResultRow kNotAuthenticated =
+    failure(-3, "the server did not accept the credentials");
+inline constexpr ResultRow kOtherError =
+    failure_with_other_code("the class of libgit2's error, which is in the log");
 
 }  // namespace uwugit::host

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "commands.h"
-#include "program.h"
+#include "lua/program.h"
 
 namespace uwugit::runner {
 namespace {
@@ -34,25 +34,30 @@ std::optional<std::string> read_line(bool is_interactive, const char* prompt) {
   return std::string(line.get());
 }
 
-// Whether the line was one of the shell's own words.
-bool is_shell_word(const std::string& line) {
-  if (line == "functions") {
-    functions_command("", CatalogueForm::kText);
-    return true;
-  }
-  if (!line.starts_with("help ")) return false;
-  const std::string name = line.substr(5);
+void show_help(const std::string& name) {
   if (const host::Function* function = host::find_function(name)) {
     std::fputs(host::describe(*function).c_str(), stdout);
   } else {
     std::printf("There is no function %s.\n", name.c_str());
+  }
+}
+
+// Does what one of the shell's own words asks for; false when the line is none of them.
+bool do_shell_word(const std::string& line) {
+  constexpr std::string_view help = "help ";
+  if (line == "functions") {
+    show_functions("", CatalogueForm::kText);
+  } else if (line.starts_with(help)) {
+    show_help(line.substr(help.size()));
+  } else {
+    return false;
   }
   return true;
 }
 
 }  // namespace
 
-int shell_command(const SessionOptions& options) {
+int run_shell(const SessionOptions& options) {
   Session session(options);
   LuaProgram lua(session);
   const bool is_interactive = isatty(STDIN_FILENO) != 0;
@@ -60,7 +65,7 @@ int shell_command(const SessionOptions& options) {
   std::string input;
   while (const auto line = read_line(is_interactive, input.empty() ? "uwugit> " : "   ...> ")) {
     if (input.empty() && (*line == "exit" || *line == "quit")) break;
-    if (input.empty() && (line->empty() || is_shell_word(*line))) continue;
+    if (input.empty() && (line->empty() || do_shell_word(*line))) continue;
     if (!input.empty()) input += '\n';
     input += *line;
     bool is_incomplete = false;
