@@ -1,11 +1,16 @@
-// The store from inside, where no program can see it: how lists are linked, and objects whose
-// memory cannot be released.
+// The store from inside, where no program can see it: how lists are linked, objects whose memory
+// cannot be released, and the lines of a diff as libgit2 hands them over.
+#include <git2.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "module/bootstrap.h"
+#include "ops/diff_lines.h"
 #include "store/diff_objects.h"
 #include "store/log_objects.h"
 #include "store/status_objects.h"
+#include "support/expected.h"
 #include "uwugithost/call.h"
 
 namespace uwugit::test {
@@ -96,6 +101,73 @@ TEST_F(Store, KeepsTheHeadOfADiffWhereItIs) {
   EXPECT_EQ(numbered(), "DC");
   EXPECT_TRUE(diff->lastFile == &files[2] && files[2].prev == &files[3]);
   EXPECT_EQ(free_diffObject(repo_, a_, b_), 0);
+}
+
+// Lines go to the working diff, whoever hands them over. What libgit2 gives is its own again when
+// the call returns: the path comes in a buffer that the next line reuses.
+class DiffLines : public Store {
+ protected:
+  DiffLines() { workingDiffObject = insertDiffObjectAtTail(repo_, a_, b_); }
+
+  void TearDown() override {
+    EXPECT_EQ(free_diffObject(repo_, a_, b_), 0);
+    const std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
+    expect_text(UWUGIT_SOURCE_FOLDER "/tests/expected/" + name + ".txt", told_, Sandbox());
+  }
+
+  void hand_over(const char* path, int origin, std::string text, int status = 3) {
+    std::strcpy(path_, path);
+    git_diff_delta delta{};
+    delta.status = static_cast<git_delta_t>(status);
+    delta.new_file.path = path_;
+    git_diff_line line{};
+    line.origin = static_cast<char>(origin);
+    line.content = text.data();
+    line.content_len = text.size();
+    EXPECT_EQ(diff_line_cb(&delta, nullptr, &line, nullptr), 0);
+    std::strcpy(path_, "reused");
+  }
+
+  // Tells all files of the working diff, but for those of a content that says nothing.
+  void tell_files(const std::string& nothing) {
+    told_ += std::to_string(workingDiffObject->extra) + " files\n";
+    for (int i = 1; const DiffFileObject* file = diff_file(workingDiffObject, i); ++i) {
+      if (file->content == nothing) continue;
+      told_ += std::string(file->name) + " " + (file->changeType ? file->changeType : "(none)") +
+               " " + file->content + "\n";
+    }
+  }
+
+  std::string told_;
+  char path_[32];
+};
+
+TEST_F(DiffLines, BeginByTheirOrigin) {
+  for (int origin = 0; origin < 256; ++origin) {
+    for (int i = 0; i < 2; ++i) hand_over(std::to_string(origin).c_str(), origin, "a\\\"\n");
+  }
+  tell_files("a\\\"\n\"}a\\\"\n\"}");
+}
+
+TEST_F(DiffLines, JoinTheirFileInWhicheverOrderTheyCome) {
+  for (const char* path : {"b", "a", "b ", "b", "c", "a", "B", "b"}) hand_over(path, '?', path);
+  hand_over("a", '+', std::string("to\0hidden", 9), GIT_DELTA_ADDED);
+  for (int status = 0; status <= GIT_DELTA_CONFLICTED; ++status) {
+    hand_over(("status " + std::to_string(status)).c_str(), '-', "", status);
+  }
+  tell_files("nothing");
+}
+
+TEST_F(DiffLines, GoToTheWorkingDiff) {
+  DiffObject* first = workingDiffObject;
+  hand_over("a", ' ', "1");
+  workingDiffObject = insertDiffObjectAtTail(repo_, a_, c_);
+  hand_over("a", ' ', "other");
+  tell_files("");
+  EXPECT_EQ(free_diffObject(repo_, a_, c_), 0);
+  workingDiffObject = first;
+  hand_over("a", ' ', "2");
+  tell_files("");
 }
 
 }  // namespace
