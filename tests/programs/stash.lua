@@ -22,11 +22,11 @@ for _, content in ipairs { "oldest\n", "middle\n", "latest\n" } do
   write("file", content)
   stash()
 end
-for _, position in ipairs { {}, { 1.9 }, { 3 }, { -1 } } do
+for _, position in ipairs { {}, { 1.9 }, { 3 }, { -1 }, { 0 / 0 } } do
   each("stash_apply", position)
   show "cat file; git checkout --quiet file"
 end
-each("stash_drop", { 3 }, { -1 }, { 1 })
+each("stash_drop", { 3 }, { -1 }, { 0 / 0 }, { 1 })
 show "git show stash@{0}:file stash@{1}:file"
 each("stash_drop", {})
 
