@@ -205,20 +205,27 @@ TEST_F(Operations, RebaseByTheTypeOfAnOperation) {
 }
 
 // What is in the way is a file that one commit of the branch makes and a later one removes again.
-// Each attempt asks once more than it has operations.
+// Each attempt asks once more than it has operations. HEAD goes back to where it was.
 TEST_F(Operations, GiveARebaseUpAfterAHundredRepeats) {
-  const std::string base = run("git commit --quiet --allow-empty -m x; git rev-parse HEAD");
+  const std::string base = run(
+      "echo >file; git add .; git commit --quiet -m base; git branch other; git rev-parse HEAD");
   const std::string tip =
       run("echo >passing; git add .; git commit --quiet -m one\n"
-          "git rm --quiet passing; echo >b; git add b; git commit -qm two; git rev-parse HEAD");
+          "git rm --quiet passing; echo >b; git add b; git commit -qm two; git rev-parse HEAD\n"
+          "git switch --quiet other; echo o >file; git commit --quiet --all --message other");
   replace(
       "git_rebase_next", +[](git_rebase_operation** operation, git_rebase* rebase) {
         ++calls;
         return git_rebase_next(operation, rebase) == 0 ? 0 : -1;  // never the end
       });
-  run("echo mine >passing");
-  tell({"rebase", path_, tip, base, "Me", "me@example.org"});
-  told << calls << "\n" << run("git status --short --branch; cat passing");
+  for (const std::string place : {"main", "other", "--detach other"}) {
+    run("git switch --quiet " + place + "; echo mine >passing");
+    calls = 0;
+    tell({"rebase", path_, tip, base, "Me", "me@example.org"});
+    told << calls
+         << run(" git status --short --branch; git log -1 --format=%s; cat passing; rm passing")
+         << "\n";
+  }
 }
 
 int file_codes[3];  // what opening, writing and closing answer

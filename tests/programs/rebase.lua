@@ -39,6 +39,7 @@ for _, id in ipairs { "topic", main:sub(1, 12), run "git rev-parse HEAD:a" } do
   rebase(id, main)
   rebase(clash, id)
 end
+rebase(("1"):rep(40), "neither")
 rebase(clash, main, "")
 operate("ABORT", "clash")
 write("a", "mine\n")
@@ -47,7 +48,7 @@ run "git checkout --quiet a"
 
 -- A commit that conflicts stops the rebase until the user says how to go on. (A resolution must be
 -- committed. With one that is only staged, or with none, CONTINUE drops the commits that are left.)
-rebase(clash, main)
+for _ = 1, 2 do rebase(clash, main) end
 operate("restart", "clash")
 operate("ABORT", "clash", "")
 local stopped = repo
@@ -64,3 +65,12 @@ for number, row in ipairs {
   show(row[3])
   operate(row[1], row[2])
 end
+
+-- Undoing what cannot be completed takes the files to the commit to rebase. Where that would
+-- overwrite local files, the rebase stays in progress. It is not asked when all goes well.
+repo = stopped
+run "rm -rf .git/rebase-merge; git switch --quiet --force main; echo mine >a"
+rebase(topic, main)
+show "cat a; rm -rf a .git/rebase-merge; git switch --quiet --force main; git rm --quiet file; git commit -qm 'no file'; echo mine >file"
+rebase(topic, run "git rev-parse main")
+show "cat file"
