@@ -1,5 +1,5 @@
--- The history of a repository: makes one with merges, a tag and a stash, reads its log through the
--- module and shows it as a small table.
+-- The history of a repository: makes one with merges, a tag and a stash, reads it into a commit log
+-- through the module and shows it as a small table.
 
 local function say(text) print("\n" .. text) end
 
@@ -91,6 +91,6 @@ assert(in_branch == by_git, "the two differ")
 say("A number without a commit, and an attribute that does not exist, give nothing:")
 print("  \"" .. read(count + 1, "ID") .. "\" and \"" .. read(1, "NICKNAME") .. "\"")
 
-say("At the end the log is discarded, and so is the repository.")
+say("At the end the commit log is discarded, and so is the repository.")
 print("  code: " .. git.free_commit_objects(repo))
 host.remove(folder)

@@ -28,18 +28,24 @@ local function commit(message)
 end
 
 -- The records of a file as a list of types and values. They look like JSON, but the lines stand in
--- them as they are, quotes and line breaks included, so a JSON parser would refuse them: what
--- parts one record from the next is "},{"type":" as a whole.
+-- them as they are, quotes included, so a JSON parser would refuse them. A record ends where
+-- "},{"type":" follows a line break. Only the last line of a file can be without a line break: then
+-- the type behind it says so.
 local function records(content)
   local list = {}
   local between = '"},{"type":"'
   local text = content:sub(#'{"type":"' + 1, -(#'"}' + 1)) .. between
-  local at = 1
-  while at <= #text do
-    local first, last = text:find(between, at, true)
-    local kind, value = text:sub(at, first - 1):match('^(.-)", "value":"(.*)$')
-    list[#list + 1] = { kind = kind, value = value }
-    at = last + 1
+  local start, from = 1, 1
+  while from <= #text do
+    local first, last = text:find(between, from, true)
+    local is_end = text:sub(first - 1, first - 1) == "\n"
+                   or text:find("^[%a_]*lf_at_end", last + 1) or last == #text
+    if is_end then
+      local kind, value = text:sub(start, first - 1):match('^(.-)", "value":"(.*)$')
+      list[#list + 1] = { kind = kind, value = value }
+      start = last + 1
+    end
+    from = last + 1
   end
   return list
 end

@@ -11,12 +11,12 @@ namespace {
 // Most values fit; a longer one is asked for again with the room it needs.
 constexpr std::size_t kFirstCapacity = 1024;
 
-[[noreturn]] void refuse(const Function& function, const std::string& why) {
-  throw UsageError(std::string(function.name) + ": " + why + "\nusage: " + usage(function));
-}
+constexpr char kMustBeNumber[] = "must be a number";
 
-std::string argument_name(std::size_t position, const Parameter& parameter) {
-  return "argument " + std::to_string(position + 1) + " (" + std::string(parameter.name) + ")";
+[[noreturn]] void refuse(const Function& function, std::size_t position, const Parameter& parameter,
+                         const char* why) {
+  throw UsageError(function, "argument " + std::to_string(position + 1) + " (" +
+                                 std::string(parameter.name) + ") " + why);
 }
 
 // The parameters that callers give, and how the last ones repeat.
@@ -45,10 +45,10 @@ struct GivenParameters {
 
 void check_count(const Function& function, const GivenParameters& given, std::size_t count) {
   if (count < given.required) {
-    refuse(function, argument_name(count, *given.list[count]) + " is missing");
+    refuse(function, count, *given.list[count], "is missing");
   }
   if (count > 0 && !given.at(count - 1)) {
-    refuse(function, "too many arguments: " + std::to_string(count) + " were given");
+    throw UsageError(function, "too many arguments: " + std::to_string(count) + " were given");
   }
 }
 
@@ -56,70 +56,94 @@ void check_value(const Function& function, const Parameter& parameter, std::size
                  const Value& value) {
   const auto* text = std::get_if<std::string>(&value);
   if ((parameter.kind == Kind::kText) != (text != nullptr)) {
-    refuse(function, argument_name(position, parameter) + " must be a " +
-                         (parameter.kind == Kind::kText ? "text" : "number"));
+    refuse(function, position, parameter,
+           parameter.kind == Kind::kText ? "must be a text" : kMustBeNumber);
   }
   if (!text) return;
   if (text->find('\0') != std::string::npos) {
-    refuse(function, argument_name(position, parameter) + " contains a NUL byte");
+    refuse(function, position, parameter, "contains a NUL byte");
   }
   if (text->size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-    refuse(function, argument_name(position, parameter) + " is too long");
+    refuse(function, position, parameter, "is too long");
   }
 }
 
-struct Attempt {
-  CallResult result;
-  std::vector<OutputValue> outputs;
-  std::size_t wanted = 0;  // the longest output that did not fit; 0 when all did
+Value value_from_word(const Function& function, std::size_t position, const Parameter& parameter,
+                      const std::string& word) {
+  if (parameter.kind == Kind::kText) return word;
+  double number = 0;
+  const char* end = word.data() + word.size();
+  const auto [stop, error] = std::from_chars(word.data(), end, number);
+  if (error != std::errc() || stop != end) refuse(function, position, parameter, kMustBeNumber);
+  return number;
+}
+
+struct OutputPlace {
+  std::string_view name;
+  std::size_t position;  // among the arguments
 };
 
-Attempt attempt(Host& host, HostFunction* implementation, const Function& function,
-                std::span<const Value> values, std::size_t capacity) {
+struct ArrangedCall {
   Arguments arguments;
-  std::size_t next = 0;
-  std::vector<std::size_t> output_positions;
-  std::size_t position = 0;
-  const auto add_value = [&] {
-    const Value& value = values[next++];
-    if (const auto* text = std::get_if<std::string>(&value)) {
-      arguments.text(*text);
-    } else {
-      arguments.number(std::get<double>(value));
-    }
-    ++position;
-  };
+  std::vector<OutputPlace> outputs;
+};
+
+void add(Arguments& arguments, const Value& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    arguments.text(*text);
+  } else {
+    arguments.number(std::get<double>(value));
+  }
+}
+
+// The values in their order, with the output variables between them where the function has them.
+// Values beyond the parameters are those of repeated ones.
+ArrangedCall arrange(const Function& function, std::span<const Value> values,
+                     std::size_t capacity) {
+  ArrangedCall call;
+  auto next = values.begin();
   for (const Parameter& parameter : function.parameters) {
     if (parameter.kind == Kind::kOutput) {
-      output_positions.push_back(position++);
-      arguments.output(std::max(capacity, parameter.capacity));
-    } else if (next < values.size()) {
-      add_value();
+      call.outputs.push_back({parameter.name, call.arguments.count()});
+      call.arguments.output(std::max(capacity, parameter.capacity));
+    } else if (next != values.end()) {
+      add(call.arguments, *next++);
     }
   }
-  while (next < values.size()) add_value();
+  while (next != values.end()) add(call.arguments, *next++);
+  return call;
+}
 
-  Attempt made;
-  made.result = host.call(implementation, arguments.block());
+struct Answer {
+  CallResult result;
+  std::vector<OutputValue> outputs;
+  std::size_t wanted = 0;  // the length of an output that did not fit; 0 when all did
+};
+
+// Calls the function with output variables of that capacity at least. A variable that the function
+// has not formatted a value into counts as empty.
+Answer call_once(Host& host, HostFunction* implementation, const Function& function,
+                 std::span<const Value> values, std::size_t capacity) {
+  ArrangedCall call = arrange(function, values, capacity);
+  Answer answer;
+  answer.result = host.call(implementation, call.arguments.block());
   const Formatted formatted = host.last_formatted();
-  std::size_t parameter_number = 0;
-  for (const Parameter& parameter : function.parameters) {
-    if (parameter.kind != Kind::kOutput) continue;
-    const std::size_t at = output_positions[parameter_number++];
-    OutputValue output{parameter.name, {}};
-    const HostString& string = arguments.string(at);
-    if (formatted.characters == string.characters) {
-      if (formatted.length > static_cast<std::size_t>(string.capacity)) {
-        made.wanted = formatted.length;
-      }
-      output.text = arguments.output_text(at).substr(0, formatted.length);
+  for (const auto& [name, position] : call.outputs) {
+    OutputValue& output = answer.outputs.emplace_back(OutputValue{name, {}});
+    const HostString& variable = call.arguments.string(position);
+    if (formatted.characters != variable.characters) continue;
+    if (formatted.length > static_cast<std::size_t>(variable.capacity)) {
+      answer.wanted = formatted.length;
     }
-    made.outputs.push_back(std::move(output));
+    output.text = call.arguments.output_text(position).substr(0, formatted.length);
   }
-  return made;
+  return answer;
 }
 
 }  // namespace
+
+UsageError::UsageError(const Function& function, const std::string& why)
+    : std::runtime_error(std::string(function.name) + ": " + why + "\nusage: " + usage(function)) {}
 
 std::string Outcome::code_text() const {
   if (result.is_unchanged) return "unchanged";
@@ -138,10 +162,12 @@ Outcome call_function(Host& host, const FunctionModule& module, const Function& 
     throw std::runtime_error("The module " + module.file().string() + " has no function " +
                              std::string(function.name) + ".");
   }
-  Attempt made = attempt(host, implementation, function, values, kFirstCapacity);
-  if (made.wanted > 0) made = attempt(host, implementation, function, values, made.wanted);
-  const ResultRow* row = find_result(function, made.result);
-  return {made.result, row && row->is_success, std::move(made.outputs)};
+  Answer answer = call_once(host, implementation, function, values, kFirstCapacity);
+  if (answer.wanted > 0) {
+    answer = call_once(host, implementation, function, values, answer.wanted);
+  }
+  const ResultRow* row = find_result(function, answer.result);
+  return {answer.result, row && row->is_success, std::move(answer.outputs)};
 }
 
 std::vector<Value> values_from_words(const Function& function, std::span<const std::string> words) {
@@ -149,65 +175,9 @@ std::vector<Value> values_from_words(const Function& function, std::span<const s
   check_count(function, given, words.size());
   std::vector<Value> values;
   for (std::size_t i = 0; i < words.size(); ++i) {
-    const Parameter& parameter = *given.at(i);
-    const std::string& word = words[i];
-    if (parameter.kind == Kind::kText) {
-      values.emplace_back(word);
-      continue;
-    }
-    double number = 0;
-    const char* end = word.data() + word.size();
-    const auto [stop, error] = std::from_chars(word.data(), end, number);
-    if (error != std::errc() || stop != end) {
-      refuse(function, argument_name(i, parameter) + " must be a number");
-    }
-    values.emplace_back(number);
+    values.push_back(value_from_word(function, i, *given.at(i), words[i]));
   }
   return values;
-}
-
-Arguments& Arguments::text(std::string_view value) {
-  auto item = std::make_unique<Item>();
-  item->characters = value;
-  item->string = {static_cast<std::int32_t>(value.size()), 0,
-                  static_cast<std::int64_t>(value.size()), item->characters.data()};
-  items_.push_back(std::move(item));
-  return *this;
-}
-
-Arguments& Arguments::number(double value) {
-  auto item = std::make_unique<Item>();
-  item->number = value;
-  item->is_number = true;
-  items_.push_back(std::move(item));
-  return *this;
-}
-
-Arguments& Arguments::output(std::size_t capacity) {
-  auto item = std::make_unique<Item>();
-  item->characters.assign(capacity, '\0');
-  item->string = {static_cast<std::int32_t>(capacity), 0, 0, item->characters.data()};
-  items_.push_back(std::move(item));
-  return *this;
-}
-
-const HostArgumentBlock* Arguments::block() {
-  constexpr std::size_t head = sizeof(HostArgumentBlock) / sizeof(std::uint64_t);
-  constexpr std::size_t slot = sizeof(HostArgumentSlot) / sizeof(std::uint64_t);
-  block_.assign(head + items_.size() * slot, 0);
-  auto* const block = reinterpret_cast<HostArgumentBlock*>(block_.data());
-  block->count = static_cast<std::int64_t>(items_.size());
-  auto* const slots = reinterpret_cast<HostArgumentSlot*>(block + 1);
-  for (std::size_t i = 0; i < items_.size(); ++i) {
-    Item& item = *items_[i];
-    slots[i].value = item.is_number ? static_cast<void*>(&item.number) : &item.string;
-  }
-  return block;
-}
-
-std::string_view Arguments::output_text(std::size_t position) const {
-  const HostString& string = items_[position]->string;
-  return {string.characters, static_cast<std::size_t>(std::max<std::int64_t>(string.length, 0))};
 }
 
 }  // namespace uwugit::host

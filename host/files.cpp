@@ -9,9 +9,6 @@
 namespace uwugit::host {
 namespace {
 
-struct FileSlots {
-  static constexpr char kName[] = "file";
-};
 constexpr std::size_t kFileSlots = 16;
 constexpr int kUnknownReference = -EBADF;
 
@@ -19,7 +16,7 @@ int last_error() { return errno != 0 ? -errno : -EIO; }
 
 }  // namespace
 
-class OutputFile final : public FullTable<HostFile, FileSlots, kFileSlots> {
+class OutputFile final : public FullTable<HostFile, "file", kFileSlots> {
  public:
   explicit OutputFile(std::FILE* stream) : stream_(stream) {
     write = [](HostFile* file, const char* data, std::size_t length) {

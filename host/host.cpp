@@ -2,12 +2,8 @@
 // allocator and the upper-case table.
 #include "uwugithost/host.h"
 
-#include <algorithm>
 #include <array>
 #include <bit>
-#include <cctype>
-#include <cstdlib>
-#include <cstring>
 #include <stdexcept>
 
 #include "missing_slots.h"
@@ -26,13 +22,6 @@ constexpr std::size_t kAllocatorSlots = 16;
 
 // A NaN that no computation yields: a result that still holds it was not written.
 constexpr std::uint64_t kUnchangedBits = 0x7FF8C0FFEE00D1CE;
-
-struct ServiceSlots {
-  static constexpr char kName[] = "service table";
-};
-struct AllocatorSlots {
-  static constexpr char kName[] = "host allocator";
-};
 
 HostPool* create_pool(HostServices*, const PoolAttributes*, std::uint64_t, const char* name) {
   return Host::current()->pools().create(name);
@@ -59,8 +48,8 @@ struct Host::ControlTables {
   std::map<std::uint32_t, Vector> provided;
   std::array<const HostOperation*, kVectors> vectors;
 
-  FullTable<HostServices, ServiceSlots, kServiceSlots> services;
-  FullTable<HostAllocator, AllocatorSlots, kAllocatorSlots> allocator;
+  FullTable<HostServices, "service table", kServiceSlots> services;
+  FullTable<HostAllocator, "host allocator", kAllocatorSlots> allocator;
   std::vector<std::unique_ptr<std::byte[]>> allocations;  // live as long as the host
 };
 
@@ -100,9 +89,13 @@ Host::Host(SearchLists lists) : modules_(std::move(lists), log_) {
   if (current_host) throw std::logic_error("A process has one host at a time.");
   tables_ = std::make_unique<ControlTables>();
   current_host = this;
+  set_log_of_run(&log_);
 }
 
-Host::~Host() { current_host = nullptr; }
+Host::~Host() {
+  set_log_of_run(nullptr);
+  current_host = nullptr;
+}
 
 Host* Host::current() { return current_host; }
 
@@ -117,24 +110,6 @@ CallResult Host::call(HostFunction* function, const HostArgumentBlock* arguments
   pools_.end_call();
   result.is_unchanged = std::bit_cast<std::uint64_t>(result.code) == kUnchangedBits;
   return result;
-}
-
-void end_run(int code, std::string_view reason) {
-  const std::string text =
-      std::string(reason) + " The run ends with code " + std::to_string(code) + ".";
-  if (Host* host = Host::current()) {
-    host->log().error(text);
-  } else {
-    std::fprintf(stderr, "ERROR: %s\n", text.c_str());
-  }
-  std::fflush(nullptr);
-  constexpr int kInternalError = 70;
-  std::_Exit(code > 0 && code < 256 ? code : kInternalError);
-}
-
-void end_run_out_of_memory(const char* pool, std::size_t bytes) {
-  end_run(operation::kOutOfMemory, "Out of memory: pool \"" + std::string(pool) +
-                                       "\" cannot have " + std::to_string(bytes) + " bytes.");
 }
 
 }  // namespace uwugit::host

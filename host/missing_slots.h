@@ -2,6 +2,7 @@
 // that names table and slot, never a jump into nothing.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
@@ -13,21 +14,25 @@
 
 namespace uwugit::host {
 
-inline constexpr int kMissingOperation = 70;
+// A text as a template argument.
+template <std::size_t size>
+struct TableName {
+  constexpr TableName(const char (&literal)[size]) { std::copy_n(literal, size, text); }
+  char text[size] = {};
+};
 
-// `Table::kName` names the table in the message.
-template <class Table, std::size_t slot>
+template <TableName name, std::size_t slot>
 [[noreturn]] void missing_slot() {
-  end_run(kMissingOperation, "The module called slot " + std::to_string(slot) + " of a " +
-                                 Table::kName + ", which this host does not provide.");
+  end_run_missing_operation("slot " + std::to_string(slot) + " of a " + name.text);
 }
 
 // A handle with `count` slots, all of them missing at first; the provided ones are set afterwards.
-template <class Handle, class Table, std::size_t count>
+// Messages call it by its name.
+template <class Handle, TableName name, std::size_t count>
 struct FullTable : Handle {
   FullTable() : Handle{} {
     static constexpr auto functions = []<std::size_t... slot>(std::index_sequence<slot...>) {
-      return std::array<HostOperation, count>{missing_slot<Table, slot>...};
+      return std::array<HostOperation, count>{missing_slot<name, slot>...};
     }
     (std::make_index_sequence<count>{});
     static_assert(sizeof(FullTable) == sizeof functions, "the further slots follow the handle");

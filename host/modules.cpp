@@ -15,9 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct ModuleSlots {
-  static constexpr char kName[] = "loaded module";
-};
 constexpr std::size_t kModuleSlots = 32;
 
 // Hashes and compares names without making strings of them.
@@ -39,6 +36,8 @@ std::string narrow(std::wstring_view name) {
   }
   return text;
 }
+
+void* open_library(const fs::path& file) { return dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL); }
 
 std::vector<fs::path> list_from_environment(const char* name, std::vector<fs::path> otherwise) {
   const char* list = std::getenv(name);
@@ -76,10 +75,10 @@ SearchLists SearchLists::from_environment(const fs::path& companion_folder) {
           .install = list_from_environment("UWUGIT_INSTALL_PATH", {})};
 }
 
-class LoadedModule final : public FullTable<GitModule, ModuleSlots, kModuleSlots> {
+class LoadedModule final : public FullTable<GitModule, "loaded module", kModuleSlots> {
  public:
-  LoadedModule(fs::path file, void* handle, const ModuleLoader::LookupHook& hook)
-      : file_(std::move(file)), handle_(handle), hook_(hook) {
+  LoadedModule(fs::path file, void* library, const ModuleLoader::LookupHook& hook)
+      : file_(std::move(file)), library_(library), hook_(hook) {
     lookup = [](GitModule* module, const wchar_t* name, std::size_t length, std::uint64_t) {
       return static_cast<LoadedModule*>(module)->find({name, length});
     };
@@ -97,7 +96,7 @@ class LoadedModule final : public FullTable<GitModule, ModuleSlots, kModuleSlots
     auto known = functions_.find(name);
     if (known == functions_.end()) {
       const std::string plain = narrow(name);
-      void* address = plain.empty() ? nullptr : dlsym(handle_, plain.c_str());
+      void* address = plain.empty() ? nullptr : dlsym(library_, plain.c_str());
       known = functions_.emplace(std::wstring(name), Function{plain, address}).first;
     }
     const Function& function = known->second;
@@ -105,7 +104,7 @@ class LoadedModule final : public FullTable<GitModule, ModuleSlots, kModuleSlots
   }
 
   fs::path file_;
-  void* handle_;
+  void* library_;
   const ModuleLoader::LookupHook& hook_;
   std::unordered_map<std::wstring, Function, NameHash, std::equal_to<>> functions_;
 };
@@ -140,12 +139,12 @@ LoadedModule* ModuleLoader::open(const fs::path& file) {
   const fs::path absolute = fs::absolute(file, error);
   auto& module = modules_[absolute];
   if (!module) {
-    void* handle = dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!handle) {
+    void* library = open_library(absolute);
+    if (!library) {
       log_.error(std::string("A module cannot be loaded: ") + dlerror());
       return nullptr;
     }
-    module = std::make_unique<LoadedModule>(absolute, handle, hook_);
+    module = std::make_unique<LoadedModule>(absolute, library, hook_);
   }
   return module.get();
 }
@@ -154,14 +153,15 @@ const fs::path& ModuleLoader::file_of(const GitModule* module) {
   return static_cast<const LoadedModule*>(module)->file();
 }
 
+void FunctionModule::Closer::operator()(void* library) const { dlclose(library); }
+
 FunctionModule::FunctionModule(const fs::path& file, HostControlBlock* gcb)
-    : file_(fs::absolute(file)), handle_(dlopen(file_.c_str(), RTLD_NOW | RTLD_LOCAL)) {
-  if (!handle_) throw std::runtime_error(std::string("The module cannot be loaded: ") + dlerror());
+    : file_(fs::absolute(file)), library_(open_library(file_)) {
+  if (!library_) throw std::runtime_error(std::string("The module cannot be loaded: ") + dlerror());
   const auto refuse = [this](const std::string& why) {
-    dlclose(handle_);
     throw std::runtime_error(file_.string() + " is not a function module: " + why);
   };
-  auto* start = reinterpret_cast<ModuleBootstrap*>(dlsym(handle_, "mcn_main"));
+  auto* start = reinterpret_cast<ModuleBootstrap*>(dlsym(library_.get(), "mcn_main"));
   if (!start) refuse("it has no mcn_main.");
   static std::uint64_t process_block[64] = {};
   information_ = start(gcb, process_block);
@@ -175,7 +175,7 @@ FunctionModule::FunctionModule(const fs::path& file, HostControlBlock* gcb)
   }
 }
 
-FunctionModule::~FunctionModule() { dlclose(handle_); }
+FunctionModule::~FunctionModule() = default;
 
 void FunctionModule::register_program(const ProgramName& program) {
   auto* entry = reinterpret_cast<ModuleEntry*>(program.entry);
@@ -196,7 +196,7 @@ HostFunction* FunctionModule::find(const std::string& name) const {
   if (const auto found = registered_.find(name); found != registered_.end()) {
     return found->second.implementation;
   }
-  return reinterpret_cast<HostFunction*>(dlsym(handle_, name.c_str()));
+  return reinterpret_cast<HostFunction*>(dlsym(library_.get(), name.c_str()));
 }
 
 }  // namespace uwugit::host

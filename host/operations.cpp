@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "format.h"
 #include "run.h"
 #include "uwugithost/host.h"
 
@@ -20,35 +21,53 @@ void write_log(const char* text, ...) {
   va_end(arguments);
 }
 
-// "%*s" as every attribute is formatted, without a copy in between: the cost is the value's length.
-std::int64_t put_padded(char* characters, std::size_t capacity, int width, const char* value) {
-  const std::size_t length = std::strlen(value);
-  const std::size_t field = std::max(length, static_cast<std::size_t>(std::max(width, 0)));
-  host().last_formatted() = {characters, field};
-  const std::size_t blanks = std::min(field - length, capacity);
-  std::memset(characters, ' ', blanks);
-  const std::size_t taken = std::min(length, capacity - blanks);
-  std::memcpy(characters + blanks, value, taken);
-  return static_cast<std::int64_t>(blanks + taken);
+std::size_t length_or_none(std::int64_t length) {
+  return static_cast<std::size_t>(std::max<std::int64_t>(length, 0));
 }
 
-std::int64_t format_variable(char* characters, std::int64_t room, const char* format, ...) {
-  const auto capacity = static_cast<std::size_t>(std::max<std::int64_t>(room, 0));
+std::string_view text_of(const char* characters, std::int64_t length) {
+  return {characters, length_or_none(length)};
+}
+
+// Copies as much of the text as there is room for, and answers how much that was. A variable
+// without room may have no characters either: nothing is written to it.
+std::size_t copy_cut(char* to, std::size_t room, std::string_view text) {
+  const std::size_t taken = std::min(text.size(), room);
+  if (taken > 0) std::memcpy(to, text.data(), taken);
+  return taken;
+}
+
+// "%*s", by which the module writes every attribute: straight into the variable, so that it costs
+// the value's length and nothing more.
+std::size_t put_padded(char* characters, std::size_t room, int width, std::string_view value) {
+  const std::size_t field = std::max(value.size(), length_or_none(width));
+  host().last_formatted() = {characters, field};
+  const std::size_t blanks = std::min(field - value.size(), room);
+  if (blanks > 0) std::memset(characters, ' ', blanks);
+  return blanks + copy_cut(characters + blanks, room - blanks, value);
+}
+
+std::size_t put_formatted(char* characters, std::size_t room, const char* format,
+                          std::va_list arguments) {
+  static std::string text;
+  format_into(text, format, arguments);
+  host().last_formatted() = {characters, text.size()};
+  return copy_cut(characters, room, text);
+}
+
+std::int64_t format_variable(char* characters, std::int64_t capacity, const char* format, ...) {
+  const std::size_t room = length_or_none(capacity);
+  std::size_t written = 0;
   std::va_list arguments;
   va_start(arguments, format);
   if (std::strcmp(format, "%*s") == 0) {
     const int width = va_arg(arguments, int);
-    const char* value = va_arg(arguments, const char*);
-    va_end(arguments);
-    return put_padded(characters, capacity, width, value);
+    written = put_padded(characters, room, width, va_arg(arguments, const char*));
+  } else {
+    written = put_formatted(characters, room, format, arguments);
   }
-  static std::string text;
-  format_into(text, format, arguments);
   va_end(arguments);
-  host().last_formatted() = {characters, text.size()};
-  const std::size_t taken = std::min(text.size(), capacity);
-  std::memcpy(characters, text.data(), taken);
-  return static_cast<std::int64_t>(taken);
+  return static_cast<std::int64_t>(written);
 }
 
 void log_code(std::int64_t, int code) { host().log().error(host().files().message(code)); }
@@ -68,38 +87,32 @@ void exit_run(int code) {
 
 std::int64_t render_code(int code, char* text, std::int64_t capacity) {
   const std::string message = host().files().message(code);
-  const std::size_t taken =
-      std::min(message.size(), static_cast<std::size_t>(std::max<std::int64_t>(capacity, 0)));
-  std::memcpy(text, message.data(), taken);
-  return static_cast<std::int64_t>(taken);
+  return static_cast<std::int64_t>(copy_cut(text, length_or_none(capacity), message));
 }
 
 void* macro_anchor() { return &host().macros(); }
 
-std::string_view view(const char* text, std::int64_t length) {
-  return {text, static_cast<std::size_t>(std::max<std::int64_t>(length, 0))};
-}
-
 int set_character_macro(void* anchor, const char* name, std::int64_t name_length, const char* text,
                         std::int64_t length, int) {
-  static_cast<MacroVariables*>(anchor)->set(view(name, name_length),
-                                            std::string(view(text, length)));
+  static_cast<MacroVariables*>(anchor)->set(text_of(name, name_length),
+                                            std::string(text_of(text, length)));
   return 0;
 }
 int set_numeric_macro(void* anchor, const char* name, std::int64_t name_length, double value, int) {
-  static_cast<MacroVariables*>(anchor)->set(view(name, name_length), value);
+  static_cast<MacroVariables*>(anchor)->set(text_of(name, name_length), value);
   return 0;
 }
 
 int decode_password(HostPool* pool, const char* encoded, std::int64_t length, char** decoded,
                     std::int64_t* decoded_length) try {
   constexpr int kNotEncoded = -1;
-  std::optional<std::string> password = host().passwords().decode(view(encoded, length));
-  if (!password) return kNotEncoded;
-  *decoded = static_cast<char*>(pool->allocate(pool, password->size() + 1, 0));
-  std::memcpy(*decoded, password->data(), password->size());
-  *decoded_length = static_cast<std::int64_t>(password->size());
-  explicit_bzero(password->data(), password->size());
+  std::optional<std::string> found = host().passwords().decode(text_of(encoded, length));
+  if (!found) return kNotEncoded;
+  std::string& password = *found;
+  *decoded = static_cast<char*>(pool->allocate(pool, password.size() + 1, 0));
+  std::memcpy(*decoded, password.data(), password.size());
+  *decoded_length = static_cast<std::int64_t>(password.size());
+  explicit_bzero(password.data(), password.size());
   return 0;
 } catch (const std::exception& error) {
   constexpr int kNoKey = -2;
@@ -137,10 +150,8 @@ std::span<const ProvidedOperation> provided_operations() {
 
 extern "C" [[noreturn]] __attribute__((visibility("hidden"))) void end_run_at_unprovided_operation(
     std::uint64_t identity) {
-  constexpr int kMissingOperation = 70;
-  end_run(kMissingOperation, "The module called slot " + std::to_string(identity & 0xFFFFFFFF) +
-                                 " of vector " + std::to_string(identity >> 32) +
-                                 ", which this host does not provide.");
+  end_run_missing_operation("slot " + std::to_string(identity & 0xFFFFFFFF) + " of vector " +
+                            std::to_string(identity >> 32));
 }
 
 }  // namespace uwugit::host

@@ -4,8 +4,6 @@
 // next one that fits. Large blocks live in a region of their own that is never filled densely.
 #include "uwugithost/pools.h"
 
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -19,21 +17,20 @@ namespace uwugit::host {
 namespace {
 
 constexpr std::size_t kAlignment = 16;
-constexpr std::size_t kHeader = kHeaderSize;
 constexpr std::size_t kLargeBlock = 128u << 10;
-constexpr std::size_t kPage = 4096;
-constexpr std::size_t kInitialSpace = 4096 - kHeader;
+constexpr std::size_t kInitialSpace = 4096 - kHeaderSize;
 constexpr std::size_t kNameSpace = 48;
 constexpr std::size_t kMostCached = 64;
 constexpr std::size_t kExactClasses = 64;  // one for each multiple of 16 up to 1024
 constexpr std::size_t kClasses = kExactClasses + 32;
 constexpr std::size_t kLargestRequest = std::size_t{32} << 30;
 constexpr std::size_t kMostSlack = 0x7FFFFFFF;
+constexpr std::size_t kLinkSize = sizeof(void*);  // a freed block keeps the link to the next one
 
 // Header and bytes together, so that the next header lies 8 bytes before an aligned address.
 std::size_t footprint(std::size_t bytes) {
-  const std::size_t whole = (bytes + kHeader + kAlignment - 1) & ~(kAlignment - 1);
-  return std::max(whole, 2 * kAlignment);  // room for a link once it is freed
+  const std::size_t whole = (bytes + kHeaderSize + kAlignment - 1) & ~(kAlignment - 1);
+  return std::max(whole, 2 * kAlignment);  // room for the link
 }
 
 std::size_t size_class(std::size_t whole) {
@@ -46,16 +43,13 @@ struct Block {
   std::uint32_t is_sparse : 1;  // lies in the region of large blocks, even when it was cut since
   std::uint32_t slack : 31;     // bytes of the footprint that were not asked for
 };
-static_assert(sizeof(Block) == kHeader);
+static_assert(sizeof(Block) == kHeaderSize);
 
-struct PoolSlots {
-  static constexpr char kName[] = "pool";
-};
 constexpr std::size_t kPoolSlots = 32;
 
 }  // namespace
 
-class Pool final : public FullTable<HostPool, PoolSlots, kPoolSlots> {
+class Pool final : public FullTable<HostPool, "pool", kPoolSlots> {
  public:
   Pool();
 
@@ -86,7 +80,7 @@ class Pool final : public FullTable<HostPool, PoolSlots, kPoolSlots> {
   Region sparse_{Density::kSparse};
   bool has_free_ = false;
   std::byte* free_[kClasses] = {};
-  alignas(kAlignment) std::byte initial_[kHeader + kInitialSpace + kAlignment];
+  alignas(kAlignment) std::byte initial_[kHeaderSize + kInitialSpace + kAlignment];
 };
 
 namespace {
@@ -97,7 +91,7 @@ UWUGIT_UNCHECKED std::size_t whole_of(std::byte* start) {
   return std::size_t{header(start).units} * kAlignment;
 }
 UWUGIT_UNCHECKED std::size_t bytes_of(std::byte* start) {
-  return whole_of(start) - kHeader - header(start).slack;
+  return whole_of(start) - kHeaderSize - header(start).slack;
 }
 UWUGIT_UNCHECKED bool is_in_sparse(std::byte* start) { return header(start).is_sparse != 0; }
 UWUGIT_UNCHECKED void set_header(std::byte* start, std::size_t whole, bool is_sparse,
@@ -105,17 +99,18 @@ UWUGIT_UNCHECKED void set_header(std::byte* start, std::size_t whole, bool is_sp
   Block& block = header(start);
   block.units = static_cast<std::uint32_t>(whole / kAlignment);
   block.is_sparse = is_sparse ? 1 : 0;
-  block.slack = std::min(whole - kHeader - bytes, kMostSlack) & kMostSlack;
+  block.slack = std::min(whole - kHeaderSize - bytes, kMostSlack) & kMostSlack;
 }
 // A freed block keeps the link to the next one in its own first bytes.
 UWUGIT_UNCHECKED std::byte* load_link(std::byte* start) {
-  return *reinterpret_cast<std::byte**>(start + kHeader);
+  return *reinterpret_cast<std::byte**>(start + kHeaderSize);
 }
 UWUGIT_UNCHECKED void store_link(std::byte* start, std::byte* next) {
-  *reinterpret_cast<std::byte**>(start + kHeader) = next;
+  *reinterpret_cast<std::byte**>(start + kHeaderSize) = next;
 }
 
-// Fresh memory gives bugs a chance where people look for them. Large blocks stay uncommitted.
+// A module that reads a block before it has written it must not find zeros there by luck, so builds
+// for debugging fill fresh blocks. Large blocks are left out: filling would commit all their pages.
 void fill_for_debugging([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes) {
 #ifndef NDEBUG
   if (bytes < kLargeBlock) std::memset(block, 0xA5, bytes);
@@ -149,7 +144,7 @@ void Pool::open(PoolService* owner, const char* pool_name) {
   const std::size_t length = strnlen(pool_name, kNameSpace - 1);
   std::memcpy(name, pool_name, length);
   name[length] = '\0';
-  dense_.start_with(initial_ + kHeader, initial_ + kHeader + kInitialSpace);
+  dense_.start_with(initial_ + kHeaderSize, initial_ + kHeaderSize + kInitialSpace);
   UWUGIT_POISON(initial_, sizeof initial_);
 }
 
@@ -163,8 +158,8 @@ void Pool::close() {
 void Pool::set_size(std::byte* start, std::size_t whole, bool is_sparse, std::size_t wanted) {
   set_header(start, whole, is_sparse, wanted);
   bytes += wanted;
-  UWUGIT_POISON(start + kHeader, whole - kHeader);
-  UWUGIT_UNPOISON(start + kHeader, wanted);
+  UWUGIT_POISON(start + kHeaderSize, whole - kHeaderSize);
+  UWUGIT_UNPOISON(start + kHeaderSize, wanted);
 }
 
 void* Pool::allocate_block(std::size_t wanted) {
@@ -180,8 +175,8 @@ void* Pool::allocate_block(std::size_t wanted) {
   }
   ++blocks;
   set_size(start, whole, is_sparse, wanted);
-  fill_for_debugging(start + kHeader, wanted);
-  return start + kHeader;
+  fill_for_debugging(start + kHeaderSize, wanted);
+  return start + kHeaderSize;
 }
 
 std::byte* Pool::reuse(std::size_t whole) {
@@ -201,11 +196,11 @@ std::byte* Pool::reuse(std::size_t whole) {
 
 void Pool::free(void* block) {
   if (!block) return;
-  std::byte* start = static_cast<std::byte*>(block) - kHeader;
+  std::byte* start = static_cast<std::byte*>(block) - kHeaderSize;
   const std::size_t whole = whole_of(start);
   --blocks;
   bytes -= bytes_of(start);
-  UWUGIT_POISON(start + kHeader, whole - kHeader);
+  UWUGIT_POISON(start + kHeaderSize, whole - kHeaderSize);
   Region& home = region(is_in_sparse(start));
   if (home.is_last(start + whole)) {
     home.set_cursor(start);
@@ -215,11 +210,7 @@ void Pool::free(void* block) {
 }
 
 void Pool::keep_for_reuse(std::byte* start, std::size_t whole) {
-  if (whole >= kLargeBlock) {  // the system takes the pages back, the address space stays
-    const auto from = (reinterpret_cast<std::uintptr_t>(start) + kHeader + kPage) & ~(kPage - 1);
-    const auto to = reinterpret_cast<std::uintptr_t>(start + whole) & ~(kPage - 1);
-    if (to > from) madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED);
-  }
+  if (whole >= kLargeBlock) Region::discard(start + kHeaderSize + kLinkSize, start + whole);
   const std::size_t kind = size_class(whole);
   store_link(start, free_[kind]);
   free_[kind] = start;
@@ -229,7 +220,7 @@ void Pool::keep_for_reuse(std::byte* start, std::size_t whole) {
 void* Pool::resize(void* block, std::size_t wanted) {
   if (!block) return allocate_block(wanted);
   if (wanted > kLargestRequest) end_run_out_of_memory(name, wanted);
-  std::byte* start = static_cast<std::byte*>(block) - kHeader;
+  std::byte* start = static_cast<std::byte*>(block) - kHeaderSize;
   const std::size_t old_whole = whole_of(start);
   const std::size_t old_bytes = bytes_of(start);
   const std::size_t new_whole = footprint(wanted);
@@ -237,7 +228,7 @@ void* Pool::resize(void* block, std::size_t wanted) {
   Region& home = region(is_sparse);
   if (home.is_last(start + old_whole) && home.can_grow_to(start + new_whole)) {
     home.set_cursor(start + new_whole);
-    UWUGIT_POISON(start + kHeader, old_whole - kHeader);
+    UWUGIT_POISON(start + kHeaderSize, old_whole - kHeaderSize);
     bytes -= old_bytes;
     set_size(start, new_whole, is_sparse, wanted);
     return block;
@@ -256,7 +247,10 @@ void* Pool::resize(void* block, std::size_t wanted) {
 PoolService::PoolService() = default;
 
 PoolService::~PoolService() {
-  while (newest_) retire(newest_);
+  while (Pool* pool = newest_) {
+    newest_ = pool->older;
+    delete pool;
+  }
   for (Pool* pool : cache_) delete pool;
 }
 

@@ -68,6 +68,12 @@ bool Region::map(std::size_t least) {
   return true;
 }
 
+void Region::discard(std::byte* begin, std::byte* end) {
+  const auto from = (reinterpret_cast<std::uintptr_t>(begin) + kPage - 1) & ~(kPage - 1);
+  const auto to = reinterpret_cast<std::uintptr_t>(end) & ~(kPage - 1);
+  if (to > from) madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED);
+}
+
 void Region::unmap() {
   for (const Mapping& mapping : mappings_) {
     UWUGIT_UNPOISON(mapping.begin, mapping.size);

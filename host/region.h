@@ -7,8 +7,8 @@
 
 namespace uwugit::host {
 
-// What is taken begins this many bytes behind an address aligned to 16, so that what follows a
-// header of this size is aligned.
+// Every block begins with a header of this size. A region hands its memory out so that the address
+// behind the header is a multiple of 16.
 inline constexpr std::size_t kHeaderSize = 8;
 
 // Whether a region is filled densely or is left mostly untouched.
@@ -22,7 +22,8 @@ class Region {
   Region(const Region&) = delete;
   Region& operator=(const Region&) = delete;
 
-  // Memory that the region does not own, to be used up first. `begin` is such an address.
+  // Gives the region memory that it does not own, to be used up first. The address `kHeaderSize`
+  // bytes behind `begin` is a multiple of 16.
   void start_with(std::byte* begin, std::byte* end);
 
   // The next `bytes` (a multiple of 16); null when the system has no more.
@@ -34,6 +35,10 @@ class Region {
   void set_cursor(std::byte* cursor) { cursor_ = cursor; }
 
   std::size_t reserved() const { return reserved_; }
+
+  // Gives the pages that lie wholly between two addresses of a region back to the system. The
+  // addresses can still be used: the system commits new pages when they are written.
+  static void discard(std::byte* begin, std::byte* end);
 
   // Gives everything back to the system.
   void release() {
@@ -52,9 +57,9 @@ class Region {
   Density density_;
   std::byte* cursor_ = nullptr;
   std::byte* end_ = nullptr;
-  // Where pages that are not in memory yet may begin, a multiple of their size; `end_` where
-  // nothing is done about it. A dense region gets its pages in stretches: a fault for each costs
-  // twice that.
+  // A dense region asks the system for its pages ahead of their use, many at once, because a page
+  // fault for each costs twice as much. The pages before `ready_` have been asked for. In regions
+  // that do not ask ahead it equals `end_`.
   std::byte* ready_ = nullptr;
   std::vector<Mapping> mappings_;
   std::size_t reserved_ = 0;

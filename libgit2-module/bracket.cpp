@@ -8,39 +8,25 @@
 // taken down and comes up fresh when the bracket changed a process-wide option, or when what
 // libgit2 reads at its start has changed since.
 
-#include <dlfcn.h>
-#include <git2.h>
 #include <sys/stat.h>
 
 #include <cstdarg>
-#include <cstdint>
 #include <cstdlib>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
+#include "next.h"
 #include "process_options.h"
 
 #define EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace {
 
-template <class Function>
-Function* next(const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-int real_init() { return next<decltype(git_libgit2_init)>("git_libgit2_init")(); }
-int real_shutdown() { return next<decltype(git_libgit2_shutdown)>("git_libgit2_shutdown")(); }
-
-std::optional<std::string> environment(const char* name) {
+std::optional<std::string_view> environment(const char* name) {
   const char* value = std::getenv(name);
-  return value ? std::optional<std::string>(value) : std::nullopt;
-}
-
-bool is_same(const std::optional<std::string>& kept, const char* name) {
-  const char* value = std::getenv(name);
-  return value ? kept && *kept == value : !kept;
+  return value ? std::optional<std::string_view>(value) : std::nullopt;
 }
 
 // What libgit2 reads once, when it starts: where its configuration lies, and the trusted
@@ -54,7 +40,7 @@ class StartState {
   }
 
   bool is_current() const {
-    return is_same(home_, "HOME") && is_same(config_home_, "XDG_CONFIG_HOME") &&
+    return home_ == environment("HOME") && config_home_ == environment("XDG_CONFIG_HOME") &&
            is_same_file(stat_bundle(), bundle_);
   }
 
@@ -84,7 +70,7 @@ class Libgit2 {
     const std::lock_guard lock(mutex_);
     if (depth_ == 0 && is_up_ && (options_.has_changes() || !start_.is_current())) take_down();
     if (!is_up_) {
-      if (const int count = real_init(); count < 0) return count;
+      if (const int count = NEXT_FUNCTION(git_libgit2_init)(); count < 0) return count;
       is_up_ = true;
       start_.take();
       options_.remember();
@@ -108,7 +94,7 @@ class Libgit2 {
 
  private:
   void take_down() {
-    real_shutdown();
+    NEXT_FUNCTION(git_libgit2_shutdown)();
     is_up_ = false;
     options_.restore();
   }
@@ -120,7 +106,7 @@ class Libgit2 {
   ProcessOptions options_;
 };
 
-// Lives as long as the process: whoever still holds a bracket at its end may use it.
+// It is never destroyed, because a bracket can still be open when the process ends.
 Libgit2& libgit2() {
   static auto* instance = new Libgit2;
   return *instance;

@@ -1,17 +1,15 @@
 #include "process_options.h"
 
-#include <dlfcn.h>
-#include <git2.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
 
+#include "next.h"
+
 namespace {
 
 decltype(&git_libgit2_opts) real_opts() {
-  static auto* const function =
-      reinterpret_cast<decltype(&git_libgit2_opts)>(dlsym(RTLD_NEXT, "git_libgit2_opts"));
+  static auto* const function = NEXT_FUNCTION(git_libgit2_opts);
   return function;
 }
 
@@ -89,8 +87,8 @@ void ProcessOptions::remember() {
   if (has_values_) return;
   has_values_ = true;
   for (std::size_t i = 0; i < kReadable; ++i) {
-    std::size_t used = 0;
     if (kReadableOptions[i].get == GIT_OPT_GET_CACHED_MEMORY) {
+      std::size_t used = 0;  // it answers the memory in use and then the limit
       real_opts()(GIT_OPT_GET_CACHED_MEMORY, &used, &values_[i]);
     } else {
       real_opts()(kReadableOptions[i].get, &values_[i]);

@@ -28,8 +28,8 @@ class ProcessOptions {
   void restore();
 
  private:
-  static constexpr std::size_t kMostOptions =
-      64;  // libgit2 1.9 has fewer; the last stands for more
+  // libgit2 1.9 has fewer options. The last place stands for all options of higher numbers.
+  static constexpr std::size_t kMostOptions = 64;
   static constexpr std::size_t kReadable = 6;
 
   std::bitset<kMostOptions> changed_;

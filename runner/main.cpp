@@ -1,116 +1,148 @@
-// uwugit: runs programs, single calls and a shell against the git module.
+// uwugit: runs programs, single calls and a shell against the git module. This file is the command
+// line: a procedure for each command describes its options and says what it runs.
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 
-#include "commands.h"
+#include "commands/commands.h"
 
 namespace {
 
 using namespace uwugit::runner;
 
-void add_session_options(CLI::App* command, SessionOptions* options) {
-  command->add_option("--module", options->module_file, "The module to load")
-      ->type_name("FILE")
-      ->envname("UWUGIT_MODULE");
-  const auto add_path = [&](const char* name, std::optional<std::string>* list, const char* what) {
-    command->add_option(name, *list, what)->type_name("FOLDERS");
-  };
-  add_path("--system-path", &options->system_path,
-           "Where libgit2 is looked for first, folders separated by colons (UWUGIT_SYSTEM_PATH)");
-  add_path("--extension-path", &options->extension_path, "Then here (UWUGIT_EXTENSION_PATH)");
-  add_path("--install-path", &options->install_path, "And last here (UWUGIT_INSTALL_PATH)");
-  command->add_flag("--trace", options->is_traced,
-                    "Show each libgit2 function looked up, with the time until the next one");
-  command->add_flag("--memory", options->is_memory_shown, "Show pools and bytes at the end");
+struct CommandLine {
+  CLI::App app{
+      "Git functions for analytics programs: runs Lua programs, single calls and a shell "
+      "against the git module.",
+      "uwugit"};
+  SessionOptions session;
+  std::string name;  // of a function
+  std::vector<std::string> words;
+  std::optional<std::vector<std::string>> plain_words;  // after "--", when it was there
+  bool is_markdown = false;
+  bool is_manual_page = false;
+  int status = kExitSuccess;
+};
+
+constexpr char kVersion[] = "uwugit " UWUGIT_VERSION;
+
+CLI::App* add_command(CommandLine& line, const char* name, const char* what) {
+  CLI::App* command = line.app.add_subcommand(name, what);
+  command->set_version_flag("--version", kVersion);
+  return command;
 }
 
-// What follows "--" on a command's line is never an option. It is taken off the line here: the
-// parser would not give it to a list of words that has begun before.
-std::vector<std::string> take_plain_words(std::string_view command, int* argc, char** argv) {
-  if (*argc < 2 || argv[1] != command) return {};
+CLI::App* add_session_command(CommandLine& line, const char* name, const char* what) {
+  CLI::App* command = add_command(line, name, what);
+  SessionOptions& options = line.session;
+  command->add_option("--module", options.module_file, "The module to load")
+      ->type_name("FILE")
+      ->envname("UWUGIT_MODULE");
+  const auto add_path = [&](const char* path, std::optional<std::string>* list, const char* which) {
+    command->add_option(path, *list, which)->type_name("FOLDERS");
+  };
+  add_path("--system-path", &options.system_path,
+           "Where libgit2 is looked for first, folders separated by colons (UWUGIT_SYSTEM_PATH)");
+  add_path("--extension-path", &options.extension_path, "Then here (UWUGIT_EXTENSION_PATH)");
+  add_path("--install-path", &options.install_path, "And last here (UWUGIT_INSTALL_PATH)");
+  command->add_flag("--trace", options.is_traced,
+                    "Show each libgit2 function looked up, with the time until the next one");
+  command->add_flag("--memory", options.is_memory_shown, "Show pools and bytes at the end");
+  return command;
+}
+
+// What follows "--" on the line of `run` or `call` is never an option. It is taken off the line
+// before the parser sees it: the parser would not give it to a list of words that has begun before.
+void take_plain_words(CommandLine& line, int* argc, char** argv) {
+  if (*argc < 2 || (std::strcmp(argv[1], "run") != 0 && std::strcmp(argv[1], "call") != 0)) return;
   char** const end = argv + *argc;
   char** const dashes = std::find(argv, end, std::string_view("--"));
-  if (dashes == end) return {};
+  if (dashes == end) return;
   *argc = static_cast<int>(dashes - argv);
-  return {dashes + 1, end};
+  line.plain_words.emplace(dashes + 1, end);
+}
+
+// The words of the program begin where the options end, at "--" or at the first word that is no
+// option. A "--" behind the program is one of its arguments.
+void add_run(CommandLine& line) {
+  CLI::App* command = add_session_command(line, "run", "Run a Lua program");
+  command->prefix_command();
+  command->footer(
+      "As in: uwugit run [OPTIONS] [--] PROGRAM.lua [ARG]...\n"
+      "The git functions are in the table `git`: local code = git.get_status(\".\").");
+  command->callback([&line, command] {
+    std::vector<std::string> words = command->remaining();
+    if (line.plain_words) {
+      if (!words.empty()) words.emplace_back("--");
+      words.insert(words.end(), line.plain_words->begin(), line.plain_words->end());
+    }
+    if (words.empty()) throw CLI::RequiredError("PROGRAM.lua");
+    line.status = run_program(line.session, words.front(), std::span(words).subspan(1));
+  });
+}
+
+void add_call(CommandLine& line) {
+  CLI::App* command = add_session_command(line, "call", "Call one function");
+  command->add_option("FUNCTION", line.name, "Its name; `uwugit functions` lists them")->required();
+  command->add_option("ARG", line.words, "Its arguments, without output variables");
+  command->footer(
+      "An argument that begins with a dash stands after \"--\". The exit status is 0 only when "
+      "the call succeeded.");
+  command->callback([&line] {
+    if (line.plain_words) {
+      line.words.insert(line.words.end(), line.plain_words->begin(), line.plain_words->end());
+    }
+    line.status = call_function(line.session, line.name, line.words);
+  });
+}
+
+void add_shell(CommandLine& line) {
+  CLI::App* command =
+      add_session_command(line, "shell", "Lua, line by line, with the module loaded");
+  command->callback([&line] { line.status = run_shell(line.session); });
+}
+
+void add_functions(CommandLine& line) {
+  CLI::App* command = add_command(line, "functions", "List the functions, or explain one");
+  command->add_option("NAME", line.name, "The function to explain");
+  command->add_flag("--markdown", line.is_markdown, "All functions as Markdown");
+  command->add_flag("--man", line.is_manual_page, "All functions as a manual page");
+  command->callback([&line] {
+    line.status = show_functions(line.name, line.is_markdown      ? CatalogueForm::kMarkdown
+                                            : line.is_manual_page ? CatalogueForm::kManualPage
+                                                                  : CatalogueForm::kText);
+  });
+}
+
+void add_info(CommandLine& line) {
+  CLI::App* command = add_session_command(line, "info", "Show what is loaded from where");
+  command->callback([&line] { line.status = show_info(line.session); });
+}
+
+void add_encode_password(CommandLine& line) {
+  CLI::App* command = add_command(line, "encode-password",
+                                  "Read a password and print the encoded form for programs");
+  command->callback([&line] { line.status = encode_password(); });
 }
 
 int parse_and_run(int argc, char** argv) {
-  CLI::App app(
-      "Git functions for analytics programs: runs Lua programs, single calls and a shell "
-      "against the git module.",
-      "uwugit");
-  const std::string version = "uwugit " UWUGIT_VERSION;
-  app.set_version_flag("--version", version);
-  app.require_subcommand(1);
-  SessionOptions options;
-  int status = kExitSuccess;
-  const auto add_command = [&](const char* name, const char* what, bool has_session) {
-    CLI::App* command = app.add_subcommand(name, what);
-    command->set_version_flag("--version", version);
-    if (has_session) add_session_options(command, &options);
-    return command;
-  };
-
-  std::string name;
-  std::vector<std::string> words;
-  CLI::App* run = add_command("run", "Run a Lua program", true);
-  run->prefix_command();
-  run->footer(
-      "As in: uwugit run [OPTIONS] PROGRAM.lua [ARG]...\n"
-      "The git functions are in the table `git`: local code = git.get_status(\".\").");
-  run->callback([&] {
-    words = run->remaining();
-    if (!words.empty() && words.front() == "--") words.erase(words.begin());
-    if (words.empty()) throw CLI::RequiredError("PROGRAM.lua");
-    name = words.front();
-    words.erase(words.begin());
-    status = run_command(options, name, words);
-  });
-
-  CLI::App* call = add_command("call", "Call one function", true);
-  call->add_option("FUNCTION", name, "Its name; `uwugit functions` lists them")->required();
-  call->add_option("ARG", words, "Its arguments, without output variables");
-  call->footer(
-      "An argument that begins with a dash stands after \"--\". The exit status is 0 only when "
-      "the call succeeded.");
-  const std::vector<std::string> plain_words = take_plain_words("call", &argc, argv);
-  call->callback([&] {
-    words.insert(words.end(), plain_words.begin(), plain_words.end());
-    status = call_command(options, name, words);
-  });
-
-  CLI::App* shell = add_command("shell", "Lua, line by line, with the module loaded", true);
-  shell->callback([&] { status = shell_command(options); });
-
-  CLI::App* functions = add_command("functions", "List the functions, or explain one", false);
-  bool is_markdown = false;
-  bool is_manual_page = false;
-  functions->add_option("NAME", name, "The function to explain");
-  functions->add_flag("--markdown", is_markdown, "All functions as Markdown");
-  functions->add_flag("--man", is_manual_page, "All functions as a manual page");
-  functions->callback([&] {
-    status = functions_command(name, is_markdown      ? CatalogueForm::kMarkdown
-                                     : is_manual_page ? CatalogueForm::kManualPage
-                                                      : CatalogueForm::kText);
-  });
-
-  CLI::App* info = add_command("info", "Show what is loaded from where", true);
-  info->callback([&] { status = info_command(options); });
-
-  CLI::App* encode = add_command("encode-password",
-                                 "Read a password and print the encoded form for programs", false);
-  encode->callback([&] { status = encode_password_command(); });
-
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kExitSuccess : kExitUsage;
+  CommandLine line;
+  line.app.set_version_flag("--version", kVersion);
+  line.app.require_subcommand(1);
+  for (const auto add :
+       {add_run, add_call, add_shell, add_functions, add_info, add_encode_password}) {
+    add(line);
   }
-  return status;
+  take_plain_words(line, &argc, argv);
+  try {
+    line.app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return line.app.exit(error) == 0 ? kExitSuccess : kExitUsage;
+  }
+  return line.status;
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
 #include "groups.h"
+#include "rows.h"
 
 namespace uwugit::host {
 namespace {
 
 using enum Kind;
-using enum ResultMatch;
 
 constexpr Parameter kCreateParameters[] = {
     kRepository,
@@ -15,25 +15,25 @@ constexpr Parameter kCreateParameters[] = {
     {"force", kNumber, "0: an existing branch of that name is refused; otherwise it is moved"},
 };
 constexpr ResultRow kCreateResults[] = {
-    {kExactly, 0, true, "the branch was created or moved"},
-    {kExactly, -1, false,
-     "the repository could not be opened, or the branch was refused: it exists, HEAD is on it, or "
-     "its name is not valid"},
-    {kUnchanged, 0, false,
-     "the start point is no commit's id and no reference, or libgit2 could not be loaded"},
+    success(0, "the branch was created or moved"),
+    failure(-1,
+            "the repository could not be opened, or the branch was refused: it exists, HEAD is on "
+            "it, or its name is not valid"),
+    failure_unchanged("the start point is no commit's id and no reference, no commit is behind it, "
+                      "or libgit2 could not be loaded or initialised"),
 };
 
 constexpr Parameter kDeleteParameters[] = {
     kRepository,
     {"branch", kText, "name of the branch: \"topic\", or \"origin/topic\" with kind 1"},
-    {"kind", kNumber, "1: a remote-tracking branch; otherwise a local one", true},
+    kBranchKind,
 };
 constexpr ResultRow kDeleteResults[] = {
-    {kExactly, 0, true, "the branch was deleted"},
-    {kExactly, -1, false,
-     "the repository could not be opened, or the deletion was refused: HEAD is on the branch, or "
-     "its reference is locked"},
-    {kUnchanged, 0, false, "there is no such branch, or libgit2 could not be loaded"},
+    success(0, "the branch was deleted"),
+    failure(-1,
+            "the repository could not be opened, or the deletion was refused: HEAD is on the "
+            "branch, or its reference is locked"),
+    failure_unchanged("there is no such branch, or libgit2 could not be loaded or initialised"),
 };
 
 constexpr Parameter kCheckoutParameters[] = {
@@ -41,37 +41,34 @@ constexpr Parameter kCheckoutParameters[] = {
     {"branch", kText, "name of the local branch"},
 };
 constexpr ResultRow kCheckoutResults[] = {
-    {kExactly, 0, true, "the branch was checked out"},
-    {kExactly, -1, false,
-     "the repository could not be opened, there is no such branch, local changes are in the way "
-     "(nothing was touched), or HEAD could not be set"},
-    {kUnchanged, 0, false, "libgit2 could not be loaded"},
+    success(0, "the branch was checked out"),
+    failure(-1,
+            "the repository could not be opened, there is no such branch, local changes are in the "
+            "way (nothing was touched), or HEAD could not be set"),
+    kNotLoaded,
 };
 
 constexpr Function kFunctions[] = {
     {
         .name = "create_branch",
-        .registered_name = "",
         .summary = "Creates a branch without checking it out.",
-        .details = "A branch is named by its full reference name when it is the start point: "
-                   "\"main\" alone is not found. Neither is an abbreviated id.",
+        .details = "A branch that is the start point is named by its full reference name: \"main\" "
+                   "alone is not found. Neither is an abbreviated id.",
         .parameters = kCreateParameters,
         .results = kCreateResults,
-        .example = "git.create_branch(\"/home/me/project\", \"HEAD\", \"topic\", 0)",
+        .example = R"(git.create_branch("/home/me/project", "HEAD", "topic", 0))",
     },
     {
         .name = "delete_branch",
-        .registered_name = "",
         .summary = "Deletes a branch, whether or not it has been merged.",
         .details = "Deleting a remote-tracking branch changes nothing on the remote, and the next "
                    "fetch brings it back.",
         .parameters = kDeleteParameters,
         .results = kDeleteResults,
-        .example = "git.delete_branch(\"/home/me/project\", \"topic\")",
+        .example = R"(git.delete_branch("/home/me/project", "topic"))",
     },
     {
         .name = "checkout_branch",
-        .registered_name = "",
         .summary = "Checks a local branch out and points HEAD at it.",
         .details =
             "Local changes that the branch does not touch are kept; where they would be "
@@ -83,7 +80,7 @@ constexpr Function kFunctions[] = {
             "that has the name of a branch hides the branch: keep their names apart.",
         .parameters = kCheckoutParameters,
         .results = kCheckoutResults,
-        .example = "git.checkout_branch(\"/home/me/project\", \"topic\")",
+        .example = R"(git.checkout_branch("/home/me/project", "topic"))",
     },
 };
 

@@ -1,10 +1,10 @@
 #include "groups.h"
+#include "rows.h"
 
 namespace uwugit::host {
 namespace {
 
 using enum Kind;
-using enum ResultMatch;
 
 constexpr Parameter kNumberOfFile = {"number", kNumber, "number of the file, counted from 1"};
 constexpr Parameter kFirstCommit = {
@@ -16,8 +16,8 @@ constexpr Parameter kSecondOfDiff = {"second", kText, "the second commit, as it 
 
 constexpr Parameter kDiffParameters[] = {kRepository, kFirstCommit, kSecondCommit};
 constexpr ResultRow kDiffResults[] = {
-    {kExactly, 0, true, "nothing differs, or the diff failed"},
-    {kCount, 0, true, "the number of files"},
+    success(0, "nothing differs, or the diff failed"),
+    success_with_count("the number of files"),
 };
 
 constexpr Parameter kDiffFileParameters[] = {
@@ -28,12 +28,15 @@ constexpr Parameter kDiffFileParameters[] = {
      .meaning = "the file's records, as DIFF_CONTENT of get_diff_attribute",
      .capacity = 5'000'000},  // all that a file can have: a second try would write the file again
     {"with_index", kNumber,
-     "1 compares HEAD with the index; 0, as without this argument, with the working tree", true},
-    {"external_file", kText, "a file to which the records are written as well", true},
+     "1 compares HEAD with the index; 0, as without this argument, with the working tree",
+     kOptional},
+    {"external_file", kText, "a file to which the records are written as well", kOptional},
 };
 constexpr ResultRow kDiffFileResults[] = {
-    {kExactly, 0, true, "the variable was filled, and the external file written"},
-    {kExactly, -1, false, "something failed, or the file does not differ"},
+    success(0,
+            "the variable was filled, and the external file written; an error in the log tells "
+            "when libgit2 failed midway, and the records are those until then"),
+    failure(-1, "something failed, or the file does not differ"),
 };
 
 constexpr Parameter kDiffAttributeParameters[] = {
@@ -46,10 +49,9 @@ constexpr Parameter kDiffAttributeParameters[] = {
      "the path on the new side; the records; \"ADDED\", \"DELETED\", \"MODIFIED\" or blank"},
 };
 constexpr ResultRow kDiffAttributeResults[] = {
-    {kReturned, 1, false, "there is no such diff"},
-    {kUnchanged, 0, true,
-     "the variable was filled; it is blank when there is no such attribute, and was left alone "
-     "when there is no such file"},
+    failure_returned(1, "there is no such diff"),
+    success_unchanged("the variable was filled; it is blank when there is no such attribute, and "
+                      "was left alone when there is no such file"),
 };
 
 constexpr Parameter kWriteDiffParameters[] = {
@@ -59,21 +61,20 @@ constexpr Parameter kWriteDiffParameters[] = {
     kSecondOfDiff,
     {"external_file", kText, "the file to write; one that exists is overwritten"}};
 constexpr ResultRow kWriteDiffResults[] = {
-    {kExactly, 0, true, "the file was written"},
-    {kExactly, -1, false, "there is no such diff, or the file could not be written"},
-    {kUnchanged, 0, false, "there is no such file in the diff; nothing was written"},
+    success(0, "the file was written"),
+    failure(-1, "there is no such diff, or the file could not be written"),
+    failure_unchanged("there is no such file in the diff; nothing was written"),
 };
 
 constexpr Parameter kFreeDiffParameters[] = {kRepository, kFirstOfDiff, kSecondOfDiff};
 constexpr ResultRow kFreeDiffResults[] = {
-    {kExactly, 0, true, "the diff was discarded, or there was none"},
-    {kExactly, 1, false, "its memory could not be released"},
+    success(0, "the diff was discarded, or there was none"),
+    failure(1, "its memory could not be released"),
 };
 
 constexpr Function kFunctions[] = {
     {
         .name = "diff_commits",
-        .registered_name = "",
         .summary = "Lists the files that differ between two commits.",
         .details =
             "Keeps them for get_diff_attribute and write_diff_to_file, in place of those of an "
@@ -87,11 +88,10 @@ constexpr Function kFunctions[] = {
             "of them another path, for example with \"/.\" at its end.",
         .parameters = kDiffParameters,
         .results = kDiffResults,
-        .example = "local count = git.diff_commits(\"/home/me/project\", old_id, new_id)",
+        .example = R"(local count = git.diff_commits("/home/me/project", old_id, new_id))",
     },
     {
         .name = "diff_file_in_index",
-        .registered_name = "",
         .summary = "Compares one file of HEAD with the working tree or the index.",
         .details =
             "A file that HEAD does not have differs only when it is staged and compared with the "
@@ -100,11 +100,10 @@ constexpr Function kFunctions[] = {
         .parameters = kDiffFileParameters,
         .results = kDiffFileResults,
         .example =
-            "local code, records = git.diff_file_in_index(\"/home/me/project\", \"src/main.c\")",
+            R"(local code, records = git.diff_file_in_index("/home/me/project", "src/main.c"))",
     },
     {
         .name = "get_diff_attribute",
-        .registered_name = "",
         .summary = "Reads one attribute of one file of a diff.",
         .details =
             "DIFF_CONTENT is a list of JSON objects with commas between them, one for each line of "
@@ -112,33 +111,33 @@ constexpr Function kFunctions[] = {
             "hunk_header, context, addition, deletion, binary, and, for a last line without a line "
             "break, old_file_has_lf_at_end_new_doesnt, old_file_has_no_lf_at_end_new_does and "
             "no_lf_at_end_of_both_files. The lines stand in it as they are, with their line "
-            "breaks, quotes and backslashes, so a JSON parser refuses it: split it where "
-            "\"},{\"type\":\" stands. It is cut after 4,999,999 bytes without a sign, and a line "
-            "at a NUL byte. DIFF_TYPE is blank for any other kind of change. Two files whose names "
-            "differ only in trailing blanks count as one.",
+            "breaks, quotes and backslashes, so a JSON parser refuses it. Split it where "
+            "\"},{\"type\":\" follows a line break, or where one of the three types of a missing "
+            "line break follows; a line can hold this text itself, but not behind a line break. It "
+            "is cut after 4,999,999 bytes without a sign, and a line at a NUL byte. DIFF_TYPE is "
+            "blank for any other kind of change. Two files whose names differ only in trailing "
+            "blanks count as one.",
         .parameters = kDiffAttributeParameters,
         .results = kDiffAttributeResults,
-        .example = "local code, path = git.get_diff_attribute(1, \"/home/me/project\", old_id, "
-                   "new_id, \"FILE\")",
+        .example =
+            R"(local code, path = git.get_diff_attribute(1, "/home/me/project", old_id, new_id, "FILE"))",
     },
     {
         .name = "write_diff_to_file",
-        .registered_name = "",
         .summary = "Writes the records of one file of a diff to an external file.",
-        .details = "They are the DIFF_CONTENT of get_diff_attribute, without a line break behind.",
+        .details =
+            "They are the DIFF_CONTENT of get_diff_attribute, and nothing is written behind them.",
         .parameters = kWriteDiffParameters,
         .results = kWriteDiffResults,
-        .example = "git.write_diff_to_file(1, \"/home/me/project\", old_id, new_id, "
-                   "\"/tmp/first.diff\")",
+        .example =
+            R"(git.write_diff_to_file(1, "/home/me/project", old_id, new_id, "/tmp/first.diff"))",
     },
     {
         .name = "free_diff_objects",
-        .registered_name = "",
         .summary = "Discards the diff of two commits.",
-        .details = "",
         .parameters = kFreeDiffParameters,
         .results = kFreeDiffResults,
-        .example = "git.free_diff_objects(\"/home/me/project\", old_id, new_id)",
+        .example = R"(git.free_diff_objects("/home/me/project", old_id, new_id))",
     },
 };
 

@@ -5,9 +5,6 @@
 
 namespace uwugit::host {
 
-inline constexpr Parameter kRepository = {"repository", Kind::kText,
-                                          "path of the local repository"};
-
 std::span<const Function> branch_functions();
 std::span<const Function> commit_functions();
 std::span<const Function> diff_functions();

@@ -1,52 +1,51 @@
 #include "groups.h"
+#include "rows.h"
 
 namespace uwugit::host {
 namespace {
 
 using enum Kind;
-using enum ResultMatch;
 
 constexpr Parameter kMergeParameters[] = {
     kRepository,
     {"branch", kText, "name of the branch to merge: \"topic\", or \"origin/topic\" with kind 1"},
     {"name", kText, "who merges, as author and committer of the merge commit"},
-    {"email", kText, "their e-mail address"},
-    {"kind", kNumber, "1: a remote-tracking branch; otherwise a local one", true},
+    kEmail,
+    kBranchKind,
 };
 constexpr ResultRow kMergeResults[] = {
-    {kExactly, 0, true, "the branches were merged in a merge commit"},
-    {kExactly, 1, true, "HEAD already has all of the branch"},
-    {kExactly, -1, false,
-     "the repository could not be opened, there is no such branch, HEAD has no commit, or the "
-     "merge could not be committed: what it changed is then staged"},
-    {kExactly, -2, false, "the merge left conflicts, each noted in the log"},
-    {kExactly, -3, false,
-     "libgit2 could not merge, for example because local changes would be overwritten: nothing was "
-     "touched"},
-    {kUnchanged, 0, true,
-     "HEAD's branch was fast-forwarded, as a note says; or, with an error in the log, HEAD is not "
-     "on a branch with a commit, a step failed or libgit2 could not be loaded"},
+    success(0, "the branches were merged in a merge commit"),
+    success(1, "HEAD already has all of the branch"),
+    failure(-1,
+            "the repository could not be opened, there is no such branch, HEAD has no commit, or "
+            "the merge could not be committed: what it changed is then staged"),
+    failure(-2, "the merge left conflicts, each noted in the log"),
+    failure(-3,
+            "libgit2 could not merge, for example because local changes would be overwritten: "
+            "nothing was touched"),
+    success_unchanged("HEAD's branch was fast-forwarded, as a note says; or, with an error in the "
+                      "log, HEAD is not on a branch with a commit, a step failed, or libgit2 could "
+                      "not be loaded or initialised"),
 };
 
 constexpr Function kFunctions[] = {
     {
         .name = "merge_branch",
-        .registered_name = "",
         .summary = "Merges a branch into the one that HEAD is on.",
         .details =
             "A branch that is only ahead of HEAD is fast-forwarded, and this leaves the return "
             "code as it was: compare HEAD before and after to be sure. With conflicts, the files "
             "get markers that name both branches (and show the ancestor where the configuration's "
             "merge.conflictStyle is diff3), the index holds the three stages, and no merge stays "
-            "in progress. To conclude such a merge, edit the files, "
-            "stage them with add_files_to_index and give do_commit the branch's id as second "
-            "parent. Any merge that git had in progress is ended as well, even when there is "
-            "nothing to merge: conclude it first. A tag that has the name of the branch would "
-            "become the merge's second parent: keep their names apart.",
+            "in progress. To conclude such a merge, edit the files, stage them with "
+            "add_files_to_index and give do_commit the branch's id as second parent. Any merge "
+            "that git had in progress is ended as well, even when there is nothing to merge: "
+            "conclude it first. A tag that has the name of the branch would become the merge's "
+            "second parent: keep their names apart.",
         .parameters = kMergeParameters,
         .results = kMergeResults,
-        .example = "local code = git.merge_branch(\"/home/me/project\", \"topic\", \"Me\", "
-                   "\"me@example.org\")",
+        .example =
+            R"(local code = git.merge_branch("/home/me/project", "topic", "Me", "me@example.org"))",
     },
 };
 

@@ -1,42 +1,41 @@
 #include "groups.h"
+#include "rows.h"
 
 namespace uwugit::host {
 namespace {
 
 using enum Kind;
-using enum ResultMatch;
 
 constexpr Parameter kAddParameters[] = {
     kRepository,
-    {"file", kText, "a file, relative to the working tree; not a folder or a pattern", true, true},
+    {"file", kText, "a file, relative to the working tree; not a folder or a pattern", kOptional,
+     kRepeated},
     {"status", kText,
      "DELETED, in any case, stages the removal of the file before it; any other word, or none "
-     "after "
-     "the last file, stages its content",
-     true, true},
+     "after the last file, stages its content",
+     kOptional, kRepeated},
 };
 constexpr ResultRow kAddResults[] = {
-    {kExactly, 0, true, "the index was written; the last file is staged"},
-    {kExactly, -1, false,
-     "libgit2 could not be loaded or the repository opened, no file was given, the last file could "
-     "not be staged, or the index is locked; the index is as it was"},
+    success(0, "the index was written; the last file is staged"),
+    failure(-1,
+            "libgit2 could not be loaded or the repository opened, no file was given, the last "
+            "file could not be staged, or the index is locked; the index is as it was"),
 };
 
 constexpr Parameter kRemoveParameters[] = {
     kRepository,
-    {"file", kText, "a file, relative to the working tree, or a pattern", true, true},
+    {"file", kText, "a file, relative to the working tree, or a pattern", kOptional, kRepeated},
 };
 constexpr ResultRow kRemoveResults[] = {
-    {kExactly, 0, true, "the files are unstaged"},
-    {kExactly, -1, false,
-     "libgit2 could not be loaded or the repository opened, a file could not be unstaged, or the "
-     "index is locked; files before one that failed may be unstaged"},
+    success(0, "the files are unstaged"),
+    failure(-1,
+            "libgit2 could not be loaded or the repository opened, a file could not be unstaged, "
+            "or the index is locked; files before one that failed may be unstaged"),
 };
 
 constexpr Function kFunctions[] = {
     {
         .name = "add_files_to_index",
-        .registered_name = "",
         .summary = "Stages files, or their removal, for the next commit.",
         .details =
             "The paths and words that get_status_attribute gives as PATH and STATUS can be handed "
@@ -46,22 +45,20 @@ constexpr Function kFunctions[] = {
             "fails, none is staged. Staging a removal leaves the working tree as it is.",
         .parameters = kAddParameters,
         .results = kAddResults,
-        .example = "git.add_files_to_index(\"/home/me/project\", \"new.txt\", \"NEW\", "
-                   "\"old.txt\", \"DELETED\")",
+        .example =
+            R"(git.add_files_to_index("/home/me/project", "new.txt", "NEW", "old.txt", "DELETED"))",
     },
     {
         .name = "remove_files_from_index",
-        .registered_name = "",
         .summary = "Unstages files; the working tree stays as it is.",
-        .details =
-            "What is staged of each file becomes what HEAD has. In a repository without commits "
-            "the file leaves the index. Once there is a commit, a file is one of libgit2's "
-            "patterns: \"*\", \"?\" and \"[...]\" stand for other characters unless a backslash is "
-            "before them, a folder stands for all files in it and an empty text for every file. A "
-            "file that is not staged is passed over.",
+        .details = "What is staged of each file becomes what HEAD has. In a repository without "
+                   "commits the file leaves the index. Once there is a commit, a file is one of "
+                   "libgit2's patterns: \"*\", \"?\" and \"[...]\" stand for other characters "
+                   "unless a backslash is before them, a folder stands for all files in it and an "
+                   "empty text for every file. A file that is not staged is passed over.",
         .parameters = kRemoveParameters,
         .results = kRemoveResults,
-        .example = "git.remove_files_from_index(\"/home/me/project\", \"new.txt\", \"old.txt\")",
+        .example = R"(git.remove_files_from_index("/home/me/project", "new.txt", "old.txt"))",
     },
 };
 

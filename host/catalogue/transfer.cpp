@@ -1,11 +1,10 @@
-#include "credential_parameters.h"
 #include "groups.h"
+#include "remote_rows.h"
 
 namespace uwugit::host {
 namespace {
 
 using enum Kind;
-using enum ResultMatch;
 
 constexpr Parameter kFetchParameters[] = {
     kRepository,
@@ -23,34 +22,27 @@ constexpr Parameter kBranchParameters[] = {
     kRepository, kUser, kPassword, kPublicKey, kPrivateKey, kCertificate, kDefaultCredentials,
 };
 
-constexpr ResultRow kNotOpened = {
-    kExactly, -1, false,
-    "the repository could not be opened, or libgit2 failed without saying why"};
-constexpr ResultRow kNotAuthenticated = {kExactly, -3, false,
-                                         "the server did not accept the credentials"};
-constexpr ResultRow kNothingDone = {
-    kUnchanged, 0, false,
-    "there is no \"origin\" or no commit yet, or libgit2 could not be loaded or initialised"};
-constexpr ResultRow kOtherError = {kOther, 0, false,
-                                   "the class of libgit2's error, which is in the log"};
+constexpr ResultRow kNotOpened =
+    failure(-1, "the repository could not be opened, or libgit2 failed without saying why");
+constexpr ResultRow kNothingDone = failure_unchanged(
+    "there is no \"origin\" or no commit yet, or libgit2 could not be loaded or initialised");
 
 constexpr ResultRow kFetchResults[] = {
-    {kExactly, 0, true, "fetched"}, kNotOpened, kNotAuthenticated, kNothingDone, kOtherError,
+    success(0, "fetched"), kNotOpened, kNotAuthenticated, kNothingDone, kOtherError,
 };
 constexpr ResultRow kPullResults[] = {
-    {kExactly, 0, true, "fast-forwarded or merged, or the remote has no such branch"},
-    {kExactly, 1, true, "already up to date"},
-    {kExactly, -1, false,
-     "the repository could not be opened, a step of the merge failed, or libgit2 failed without "
-     "saying why"},
-    {kExactly, -2, false, "the merge left conflicts, which are in the log and in the files"},
+    success(0, "fast-forwarded or merged, or the remote has no such branch"),
+    success(1, "already up to date"),
+    failure(-1,
+            "the repository could not be opened, a step of the merge failed, or libgit2 failed "
+            "without saying why"),
+    failure(-2, "the merge left conflicts, which are in the log and in the files"),
     kNotAuthenticated,
     kNothingDone,
     kOtherError,
 };
 constexpr ResultRow kPushResults[] = {
-    {kExactly, 0, true,
-     "the server took the commits; **it may still have refused to move the branch**"},
+    success(0, "the server took the commits; **it may still have refused to move the branch**"),
     kNotOpened,
     kNotAuthenticated,
     kNothingDone,
@@ -60,28 +52,25 @@ constexpr ResultRow kPushResults[] = {
 constexpr Function kFunctions[] = {
     {
         .name = "do_fetch",
-        .registered_name = "",
         .summary = "Fetches from \"origin\" without touching branches and files.",
         .details = "Needs a commit to be there already: a new repository clones instead. "
                    "docs/transport.md tells what each failure means.",
         .parameters = kFetchParameters,
         .results = kFetchResults,
-        .example = "local code = git.do_fetch(\"/home/me/project\")",
+        .example = R"(local code = git.do_fetch("/home/me/project"))",
     },
     {
         .name = "do_pull",
         .registered_name = "GIT_PULL",
         .summary = "Fetches the current branch from \"origin\" and merges what arrived.",
-        .details =
-            "A merge commit is made in the name \"Merge\". Commit local changes first: a merge "
-            "that "
-            "would overwrite them is refused. **After conflicts no merge is in progress**: what is "
-            "committed then has one parent, and the next pull meets the same conflict until our "
-            "side has the other side's text; docs/transport.md tells how to go on. With a detached "
-            "HEAD nothing is merged.",
+        .details = "A merge commit is made in the name \"Merge\". Commit local changes first: a "
+                   "merge that would overwrite them is refused. **After conflicts no merge is in "
+                   "progress**: what is committed then has one parent, and the next pull meets the "
+                   "same conflict until our side has the other side's text; docs/transport.md "
+                   "tells how to go on. With a detached HEAD nothing is merged.",
         .parameters = kBranchParameters,
         .results = kPullResults,
-        .example = "local code = git.do_pull(\"/home/me/project\", \"me\", \"{uwugit1}...\")",
+        .example = R"(local code = git.do_pull("/home/me/project", "me", "{uwugit1}..."))",
     },
     {
         .name = "do_push",
@@ -93,7 +82,7 @@ constexpr Function kFunctions[] = {
             "example with `git status --short --branch`: nothing may be ahead.",
         .parameters = kBranchParameters,
         .results = kPushResults,
-        .example = "local code = git.do_push(\"/home/me/project\", \"me\", \"{uwugit1}...\")",
+        .example = R"(local code = git.do_push("/home/me/project", "me", "{uwugit1}..."))",
     },
 };
 

@@ -8,15 +8,18 @@
 #include <variant>
 #include <vector>
 
+#include "uwugithost/arguments.h"
 #include "uwugithost/catalogue.h"
 
 namespace uwugit::host {
 
 using Value = std::variant<double, std::string>;
 
-// Arguments that do not fit the function. The message ends with the usage line.
+// The caller asked for something that cannot be.
 struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
+  // Arguments that do not fit a function. The message ends with its usage line.
+  UsageError(const Function& function, const std::string& why);
 };
 
 struct OutputValue {
@@ -41,29 +44,5 @@ Outcome call_function(Host& host, const FunctionModule& module, const Function& 
 
 // Turns the words of a command line into values of the function's kinds. Throws UsageError.
 std::vector<Value> values_from_words(const Function& function, std::span<const std::string> words);
-
-// An argument block and what it points to, for callers that know the convention.
-class Arguments {
- public:
-  Arguments& text(std::string_view value);
-  Arguments& number(double value);
-  Arguments& output(std::size_t capacity);
-
-  const HostArgumentBlock* block();
-  HostString& string(std::size_t position) { return items_[position]->string; }
-  double& number_at(std::size_t position) { return items_[position]->number; }
-  // What the output variable at that position holds: its characters up to its length.
-  std::string_view output_text(std::size_t position) const;
-
- private:
-  struct Item {
-    std::string characters;
-    HostString string{};
-    double number = 0;
-    bool is_number = false;
-  };
-  std::vector<std::unique_ptr<Item>> items_;
-  std::vector<std::uint64_t> block_;
-};
 
 }  // namespace uwugit::host

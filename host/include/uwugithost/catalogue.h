@@ -22,12 +22,14 @@ struct Parameter {
   std::string_view meaning;
   bool is_optional = false;
   bool is_repeated = false;  // the last parameters that are repeated may be given again as a group
-  // Bytes that an output variable is given at once. 0: what most values need; a longer one is asked
-  // for by a second call, which a function that does more than answer must not see.
+  // The bytes that an output variable has when the function is called. With 0 it has what most
+  // values need, and when the value is longer, the function is called once more with a variable
+  // that is large enough. A function that must not be called twice names a size that is always
+  // enough.
   std::size_t capacity = 0;
 };
 
-// When a row of a function's results applies. The first row that does decides.
+// When a row of a function's results applies. The first row that applies decides.
 enum class ResultMatch {
   kExactly,    // the return code is `value`
   kCount,      // the return code is 0 or more
@@ -45,10 +47,10 @@ struct ResultRow {
 
 struct Function {
   std::string_view name;
-  std::string_view registered_name;  // as which it is also registered; empty: none
-  std::string_view summary;          // one sentence
-  std::string_view details;          // what its users must know; may be empty
-  std::span<const Parameter> parameters;
+  std::string_view registered_name = {};  // as which it is also registered; empty: none
+  std::string_view summary;               // one sentence
+  std::string_view details = {};          // what its users must know
+  std::span<const Parameter> parameters = {};
   std::span<const ResultRow> results;
   std::string_view example;  // in Lua
 };

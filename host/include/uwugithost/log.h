@@ -10,12 +10,13 @@
 
 namespace uwugit::host {
 
-enum class Severity { kError, kNote, kOther };
-
 struct LogLine {
-  Severity severity;
-  int level;         // the number in the severity prefix: 1 error, 3 note; 0 without a prefix
-  std::string text;  // formatted, without prefix and without a line break at its end
+  static constexpr int kPlain = 0;  // a line without a severity prefix
+  static constexpr int kError = 1;
+  static constexpr int kNote = 3;
+
+  int level = kPlain;  // the number in the severity prefix
+  std::string text;    // formatted, without prefix and without a line break at its end
 
   // As it is shown: "NOTE: …", "ERROR: …"; other levels as "LOG 2: …"; plain without a prefix.
   std::string rendered() const;
@@ -36,11 +37,11 @@ class Log {
   // is never read as a format.
   void write_formatted(const char* text, std::va_list arguments);
 
-  void error(std::string_view text) { write(Severity::kError, 1, text); }
-  void note(std::string_view text) { write(Severity::kNote, 3, text); }
+  void error(std::string_view text) { write(LogLine::kError, text); }
+  void note(std::string_view text) { write(LogLine::kNote, text); }
 
  private:
-  void write(Severity severity, int level, std::string_view text);
+  void write(int level, std::string_view text);
 
   Sink sink_;
   LogLine line_;  // reused from line to line
@@ -63,8 +64,5 @@ class LogCapture {
   Log& log_;
   std::vector<LogLine> lines_;
 };
-
-// Formats into `text`, whatever the length. Shared by the log and the formatting operation.
-void format_into(std::string& text, const char* format, std::va_list arguments);
 
 }  // namespace uwugit::host

@@ -55,7 +55,6 @@ class ModuleLoader {
   const SearchLists& lists() const { return lists_; }
   void set_lists(SearchLists lists);
   void set_lookup_hook(LookupHook hook) { hook_ = std::move(hook); }
-  const LookupHook& lookup_hook() const { return hook_; }
 
   // The file that a handle was loaded from.
   static const std::filesystem::path& file_of(const GitModule* module);
@@ -76,7 +75,7 @@ class FunctionModule {
   // Loads the file, starts it and takes its registered functions. Throws std::runtime_error with
   // the reason when the file cannot be loaded or is no such module.
   FunctionModule(const std::filesystem::path& file, HostControlBlock* gcb);
-  ~FunctionModule();  // unloads it
+  ~FunctionModule();  // unloads the file
   FunctionModule(const FunctionModule&) = delete;
   FunctionModule& operator=(const FunctionModule&) = delete;
 
@@ -94,8 +93,12 @@ class FunctionModule {
  private:
   void register_program(const ProgramName& program);
 
+  struct Closer {
+    void operator()(void* library) const;
+  };
+
   std::filesystem::path file_;
-  void* handle_;
+  std::unique_ptr<void, Closer> library_;
   const ModuleInformation* information_ = nullptr;
   std::map<std::string, Registered, std::less<>> registered_;
 };

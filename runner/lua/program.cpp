@@ -1,0 +1,113 @@
+#include "program.h"
+
+#include <lua.hpp>
+
+#include <cstdio>
+#include <new>
+
+#include "binding.h"
+
+namespace uwugit::runner {
+namespace {
+
+// Adds to an error through which calls it came. An error that is not a text is shown as Lua would
+// show it.
+int add_traceback(lua_State* lua) {
+  const char* message = luaL_tolstring(lua, 1, nullptr);
+  luaL_traceback(lua, lua, message, 1);
+  return 1;
+}
+
+bool call_with_traceback(lua_State* lua, int arguments) {
+  const int handler = lua_gettop(lua) - arguments;
+  lua_pushcfunction(lua, add_traceback);
+  lua_insert(lua, handler);
+  const int status = lua_pcall(lua, arguments, LUA_MULTRET, handler);
+  lua_remove(lua, handler);
+  return status == LUA_OK;
+}
+
+void report_error(lua_State* lua) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "uwugit: %s\n", lua_tostring(lua, -1));
+}
+
+// Sets the table `arg` and leaves the arguments on the stack; answers their number.
+int push_arguments(lua_State* lua, const std::string& file,
+                   std::span<const std::string> arguments) {
+  const int count = static_cast<int>(arguments.size());
+  luaL_checkstack(lua, count + 3, "too many arguments");
+  lua_createtable(lua, count, 1);
+  lua_pushstring(lua, file.c_str());
+  lua_rawseti(lua, -2, 0);
+  const int table = lua_gettop(lua);
+  for (int i = 1; i <= count; ++i) {
+    const std::string& argument = arguments[static_cast<std::size_t>(i) - 1];
+    lua_pushlstring(lua, argument.data(), argument.size());
+    lua_pushvalue(lua, -1);
+    lua_rawseti(lua, table, i);
+  }
+  lua_pushvalue(lua, table);
+  lua_setglobal(lua, "arg");
+  lua_remove(lua, table);
+  return count;
+}
+
+// Loads a line as an expression, whose values are then shown, or else as a statement. Leaves the
+// message on the stack when it is neither.
+bool load_line(lua_State* lua, const std::string& line) {
+  if (luaL_loadstring(lua, ("return " + line).c_str()) == LUA_OK) return true;
+  lua_pop(lua, 1);
+  return luaL_loadstring(lua, line.c_str()) == LUA_OK;
+}
+
+// Whether Lua's message about a line says that more was to come.
+bool is_cut_short(lua_State* lua) {
+  std::size_t length = 0;
+  const char* message = lua_tolstring(lua, -1, &length);
+  return std::string_view(message, length).ends_with("near <eof>");
+}
+
+void print_results(lua_State* lua) {
+  const int results = lua_gettop(lua);
+  for (int i = 1; i <= results; ++i) {
+    std::printf("%s%s", i == 1 ? "" : "\t", luaL_tolstring(lua, i, nullptr));
+    lua_pop(lua, 1);
+  }
+  if (results > 0) std::printf("\n");
+}
+
+}  // namespace
+
+void LuaProgram::Closer::operator()(lua_State* state) const { lua_close(state); }
+
+LuaProgram::LuaProgram(Session& session) : lua_(luaL_newstate()) {
+  if (!lua_) throw std::bad_alloc();
+  luaL_openlibs(lua_.get());
+  add_tables(lua_.get(), session);
+}
+
+LuaProgram::~LuaProgram() = default;
+
+bool LuaProgram::run_file(const std::string& file, std::span<const std::string> arguments) {
+  lua_State* lua = lua_.get();
+  const bool is_done = luaL_loadfile(lua, file.c_str()) == LUA_OK &&
+                       call_with_traceback(lua, push_arguments(lua, file, arguments));
+  if (!is_done) report_error(lua);
+  lua_settop(lua, 0);
+  return is_done;
+}
+
+void LuaProgram::run_line(const std::string& line, bool* is_incomplete) {
+  lua_State* lua = lua_.get();
+  const bool is_loaded = load_line(lua, line);
+  *is_incomplete = !is_loaded && is_cut_short(lua);
+  if (is_loaded && call_with_traceback(lua, 0)) {
+    print_results(lua);
+  } else if (!*is_incomplete) {
+    report_error(lua);
+  }
+  lua_settop(lua, 0);
+}
+
+}  // namespace uwugit::runner
