@@ -1,5 +1,5 @@
-// What a module meets in a slot that this host does not provide: the end of the run with a message
-// that names table and slot, never a jump into nothing.
+// What lies in the slots that this host does not provide: functions that end the run with a message
+// that names table and slot.
 #pragma once
 
 #include <algorithm>

@@ -1,194 +1,153 @@
-// The companion git module: nothing leaks from one bracket to the next, and the removal of
-// repositories. The process links no libgit2, so that only the companion keeps it up.
+// The companion git module: what it asks of libgit2, and the removal of repositories.
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <git2.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
+#include <set>
+#include <sstream>
 
-#include "process.h"
 #include "support/module_test.h"
+
+// The companion reaches the system through these two: with a certificate bundle of the tests' own,
+// and, while a test says so, with nothing that can be removed but what has one of these names.
+struct stat bundle {};
+const char* removable = nullptr;
+#define EXPORT extern "C" __attribute__((visibility("default")))
+
+EXPORT int stat(const char* path, struct stat* found) noexcept {
+  if (!std::strstr(path, "ca-certificates")) return fstatat(AT_FDCWD, path, found, 0);
+  *found = bundle;
+  return bundle.st_ino == 0 ? -1 : 0;
+}
+
+EXPORT int unlinkat(int folder, const char* name, int flags) noexcept {
+  if (removable && !std::strstr(removable, name)) return -1;
+  return static_cast<int>(syscall(SYS_unlinkat, folder, name, flags));
+}
 
 namespace uwugit::test {
 namespace {
 
-class Companion : public testing::Test {
+// A companion whose libgit2 does nothing but write down what it is asked for.
+class Brackets : public testing::Test {
  protected:
-  static void* library() {
-    static void* handle = dlopen((kLibraryFolder / "libgit2.so").c_str(), RTLD_NOW | RTLD_LOCAL);
-    return handle;
+  template <class T>
+  static T* find(const char* name) {
+    static void* library = dlopen(UWUGIT_RECORDED_COMPANION, RTLD_NOW | RTLD_LOCAL);
+    return reinterpret_cast<T*>(dlsym(library, name));
   }
-  template <class Function>
-  static Function* find(Function*, const char* name) {
-    return reinterpret_cast<Function*>(dlsym(library(), name));
-  }
-#define COMPANION(name) find(static_cast<decltype(&::name)>(nullptr), #name)
-
-  static int init() { return COMPANION(git_libgit2_init)(); }
-  static int shutdown() { return COMPANION(git_libgit2_shutdown)(); }
+  static int init() { return find<int()>("git_libgit2_init")(); }
+  static int shutdown() { return find<int()>("git_libgit2_shutdown")(); }
   template <class... Given>
   static int opts(int option, Given... given) {
-    return COMPANION(git_libgit2_opts)(option, given...);
+    return find<int(int, ...)>("git_libgit2_opts")(option, given...);
   }
-
-  // How often the distribution's own libgit2 is initialised.
-  static int real_count() {
-    void* real = dlopen(UWUGIT_LIBGIT2_FILE, RTLD_NOW | RTLD_NOLOAD);
-    const int count = reinterpret_cast<int (*)()>(dlsym(real, "git_libgit2_init"))() - 1;
-    reinterpret_cast<int (*)()>(dlsym(real, "git_libgit2_shutdown"))();
-    dlclose(real);
-    return count;
+  static std::string calls() { return std::exchange(*find<std::string>("recorded_calls"), ""); }
+  static std::string calls_of_a_bracket() {
+    init();
+    shutdown();
+    return calls();
   }
-
-  static std::string search_path(int level) {
-    git_buf buffer = {nullptr, 0, 0};
-    opts(GIT_OPT_GET_SEARCH_PATH, level, &buffer);
-    std::string path = buffer.ptr ? buffer.ptr : "";
-    COMPANION(git_buf_dispose)(&buffer);
-    return path;
-  }
-
-  static bool has_error() { return COMPANION(git_error_last)() != nullptr; }
 
   Sandbox sandbox_;
 };
 
-TEST_F(Companion, CountsBracketsAndKeepsLibgit2UpBetweenThem) {
-  EXPECT_EQ(shutdown(), 0) << "a shutdown without an initialisation";
-  EXPECT_EQ(init(), 1);
-  EXPECT_EQ(init(), 2);
-  EXPECT_EQ(shutdown(), 1);
-  EXPECT_EQ(shutdown(), 0);
-  EXPECT_EQ(real_count(), 1);
-  EXPECT_EQ(shutdown(), 0);
-  EXPECT_EQ(real_count(), 1);
-  EXPECT_EQ(init(), 1);
-  EXPECT_EQ(real_count(), 1);
-  shutdown();
-}
-
-TEST_F(Companion, ClearsTheErrorAtTheEndOfABracket) {
-  init();
-  init();
-  git_repository* repo = nullptr;
-  EXPECT_LT(COMPANION(git_repository_open)(&repo, "/nothing/here"), 0);
-  shutdown();
-  EXPECT_TRUE(has_error()) << "the outer bracket is still open";
-  shutdown();
-  init();
-  EXPECT_FALSE(has_error());
-  shutdown();
-}
-
-// Options that can be read, those that only show in what libgit2 does, and those that libgit2's own
-// shutdown resets: after the bracket that set them, all are as they were.
-TEST_F(Companion, SetsEveryOptionBack) {
-  const auto numbers = [] {
-    std::vector<std::size_t> values;
-    for (const int option : {GIT_OPT_GET_MWINDOW_SIZE, GIT_OPT_GET_MWINDOW_MAPPED_LIMIT,
-                             GIT_OPT_GET_MWINDOW_FILE_LIMIT, GIT_OPT_GET_PACK_MAX_OBJECTS}) {
-      std::size_t value = 0;
-      opts(option, &value);
-      values.push_back(value);
+TEST_F(Brackets, KeepLibgit2UpBetweenThem) {
+  // The steps: begin a bracket, end it, set an option.
+  const auto play = [](std::string_view steps) {
+    std::string answers;
+    for (const char step : steps) {
+      answers += std::to_string(step == 'b'   ? init()
+                                : step == 'e' ? shutdown()
+                                              : opts(GIT_OPT_SET_SSL_CERT_LOCATIONS, 5));
     }
-    int is_validated = 0;
-    opts(GIT_OPT_GET_OWNER_VALIDATION, &is_validated);
-    values.push_back(static_cast<std::size_t>(is_validated));
-    std::size_t used = 0, allowed = 0;
-    opts(GIT_OPT_GET_CACHED_MEMORY, &used, &allowed);
-    values.push_back(allowed);
-    return values;
+    return answers + " " + calls();
   };
-  const fs::path path = sandbox_.new_repository();
-  const auto can_point_into_nothing = [&path] {
-    git_repository* repo = nullptr;
-    git_reference* reference = nullptr;
-    git_oid nothing = {};
-    nothing.id[0] = 1;
-    COMPANION(git_repository_open)(&repo, path.c_str());
-    const int code =
-        COMPANION(git_reference_create)(&reference, repo, "refs/heads/x", &nothing, 1, nullptr);
-    COMPANION(git_reference_free)(reference);
-    COMPANION(git_repository_free)(repo);
-    return code == 0;
-  };
-  init();
-  const std::vector<std::size_t> before = numbers();
-  const std::string path_before = search_path(GIT_CONFIG_LEVEL_GLOBAL);
-  EXPECT_FALSE(can_point_into_nothing());
-  shutdown();
-
-  init();
-  for (const int option :
-       {GIT_OPT_SET_MWINDOW_SIZE, GIT_OPT_SET_MWINDOW_MAPPED_LIMIT, GIT_OPT_SET_MWINDOW_FILE_LIMIT,
-        GIT_OPT_SET_PACK_MAX_OBJECTS, GIT_OPT_SET_CACHE_MAX_SIZE}) {
-    opts(option, std::size_t{12345});
-  }
-  opts(GIT_OPT_SET_OWNER_VALIDATION, 0);
-  opts(GIT_OPT_ENABLE_STRICT_OBJECT_CREATION, 0);
-  opts(GIT_OPT_SET_SEARCH_PATH, GIT_CONFIG_LEVEL_GLOBAL, "/elsewhere");
-  EXPECT_LT(opts(GIT_OPT_SET_USER_AGENT, "an agent that libgit2 frees and goes on using"), 0);
-  EXPECT_NE(numbers(), before);
-  EXPECT_TRUE(can_point_into_nothing());
-  shutdown();
-
-  init();
-  EXPECT_EQ(numbers(), before);
-  EXPECT_EQ(search_path(GIT_CONFIG_LEVEL_GLOBAL), path_before);
-  EXPECT_FALSE(can_point_into_nothing());
-  shutdown();
+  *find<int>("answer_of_init") = -7;
+  EXPECT_EQ(play("ebeb"), "0-70-7 init init ");
+  *find<int>("answer_of_init") = 1;
+  EXPECT_EQ(play("bbee"), "1210 init clear ");
+  EXPECT_EQ(play("ebe"), "010 clear ");
+  EXPECT_EQ(play("bbsee"), "12010 12=5 clear shutdown ");
+  EXPECT_EQ(play("be"), "10 init clear ");
+  EXPECT_EQ(play("sbe"), "010 12=5 shutdown init clear ") << "an option set between brackets";
 }
 
-TEST_F(Companion, ComesUpFreshOnlyWhenItMust) {
-  init();
-  std::size_t size = 0;
-  opts(GIT_OPT_GET_MWINDOW_SIZE, &size);
-  shutdown();
-  EXPECT_EQ(real_count(), 1) << "reading an option changes nothing";
-  init();
-  opts(GIT_OPT_SET_SSL_CERT_LOCATIONS, "/etc/ssl/certs/ca-certificates.crt", nullptr);
-  shutdown();
-  EXPECT_EQ(real_count(), 0) << "a certificate location was installed";
-
+TEST_F(Brackets, BeginAfreshWhenWhatLibgit2ReadAtItsStartHasChanged) {
+  calls_of_a_bracket();
+  const auto begins_afresh_once = [] {
+    EXPECT_EQ(calls_of_a_bracket(), "shutdown init clear ");
+    EXPECT_EQ(calls_of_a_bracket(), "clear ");
+  };
   for (const char* variable : {"HOME", "XDG_CONFIG_HOME"}) {
+    for (const char* value : {"/a", "/b", "", static_cast<const char*>(nullptr), ""}) {
+      value ? setenv(variable, value, 1) : unsetenv(variable);
+      begins_afresh_once();
+    }
+  }
+  for (auto* const field : {&bundle.st_ino, &bundle.st_dev}) {
+    *field = 5;
+    begins_afresh_once();
+  }
+  for (auto* const field : {&bundle.st_size, &bundle.st_mtim.tv_sec, &bundle.st_mtim.tv_nsec}) {
+    *field = 5;
+    begins_afresh_once();
+  }
+  bundle.st_ino = 0;  // it is gone
+  begins_afresh_once();
+  init();
+  setenv("HOME", "/c", 1);
+  EXPECT_EQ(calls_of_a_bracket(), "") << "not while a bracket is open";
+  shutdown();
+  EXPECT_EQ(calls(), "clear ");
+  begins_afresh_once();
+}
+
+// What setting each option leads to, by the number that libgit2 gave the option: "-" changes
+// nothing, "no" does not reach libgit2. After any other libgit2 is taken down, and gets the values
+// that stand here. Values that can be read are 1000 and the number of the option that reads them.
+TEST_F(Brackets, SetBackWhatOutlivesAShutdown) {
+  const std::string_view options[] = {
+      "-",     "=1000", "-",     "=1002", "-",  "",      "=1=4096 =2=4096 =3=0 =4=4096",
+      "=1009", "=1",    "-",     "-",     "",   "",      "no",
+      "=1",    "=1",    "no",    "-",     "=1", "=0",    "-",
+      "",      "=1",    "=0",    "=0",    "-",  "=1025", "=0",
+      "=0",    "-",     "=1029", "=2",    "=1", "-",     "",
+      "-",     "=1035"};
+  for (int option = 0; option <= 100; ++option) {
+    const std::string_view leads_to =
+        option < static_cast<int>(std::size(options)) ? options[option] : "";
+    const bool is_refused = leads_to == "no";
+    const std::string name = std::to_string(option);
+    const char* given = option == 100 ? "=1=2=3 " : option == 6 ? "=1=2 " : "=1 ";
+    std::string expected = is_refused ? "clear " : name + given + "clear ";
+    if (!is_refused && leads_to != "-") expected += "shutdown ";
+    std::istringstream values{std::string(leads_to)};
+    for (std::string value; values >> value && value[0] == '=';) expected += name + value + " ";
+    calls_of_a_bracket();
     init();
+    EXPECT_EQ(opts(option, 1, 2, 3), is_refused ? -1 : option / 100);
     shutdown();
-    const fs::path folder = sandbox_.root() / variable;
-    fs::create_directories(folder);
-    setenv(variable, folder.c_str(), 1);
-    init();
-    const int level =
-        variable == std::string("HOME") ? GIT_CONFIG_LEVEL_GLOBAL : GIT_CONFIG_LEVEL_XDG;
-    EXPECT_TRUE(search_path(level).starts_with(folder.string())) << search_path(level);
-    shutdown();
+    EXPECT_EQ(calls(), expected);
   }
 }
 
-class DeleteRepository : public Companion {
+// The companion as it is delivered.
+class DeleteRepository : public testing::Test {
  protected:
   static int remove(const std::string& path) {
-    return reinterpret_cast<int (*)(const char*)>(dlsym(library(), "git_delete_repo"))(
-        path.c_str());
+    static void* library = dlopen((kLibraryFolder / "libgit2.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+    return reinterpret_cast<int (*)(const char*)>(dlsym(library, "git_delete_repo"))(path.c_str());
   }
-};
 
-TEST_F(DeleteRepository, RemovesAllAndOnlyWhatIsInside) {
-  const fs::path outside = sandbox_.root() / "outside";
-  write_file(outside / "file", "kept");
-  const fs::path repo = sandbox_.new_repository();
-  write_file(repo / "deep/er/file", "x");
-  write_file(repo / "read-only/file", "x");
-  commit_all(repo, "one");
-  fs::create_directory_symlink(outside, repo / "link-to-folder");
-  fs::create_symlink(outside / "file", repo / "link-to-file");
-  fs::create_symlink("/nowhere", repo / "dangling");
-  fs::permissions(repo / "read-only/file", fs::perms::owner_read);
-  fs::permissions(repo / "read-only", fs::perms::owner_read);
-  EXPECT_EQ(remove(repo.string() + "/"), 0);
-  EXPECT_FALSE(fs::exists(fs::symlink_status(repo)));
-  EXPECT_EQ(read_file(outside / "file"), "kept");
-}
+  Sandbox sandbox_;
+};
 
 // The tests may run as root, whom permissions do not stop: the removal is done by another user.
 TEST_F(DeleteRepository, RemovesReadOnlyFoldersOfAnOrdinaryUser) {
@@ -214,22 +173,34 @@ TEST_F(DeleteRepository, RemovesReadOnlyFoldersOfAnOrdinaryUser) {
   EXPECT_FALSE(fs::exists(repo));
 }
 
-TEST_F(DeleteRepository, RefusesWhatIsNoFolderOfItsOwn) {
-  write_file(sandbox_.root() / "file", "kept");
-  fs::create_directory_symlink(sandbox_.root(), sandbox_.root() / "link");
-  const struct {
-    std::string path;
-    int code;
-  } rows[] = {{(sandbox_.root() / "file").string(), -1},
-              {(sandbox_.root() / "link").string(), -1},
-              {"/", -1},
-              {"//", -1},
-              {"/tmp/..", -1},
-              {"", -2},
-              {(sandbox_.root() / "none").string(), -2},
-              {(sandbox_.root() / "file/x").string(), -2}};
-  for (const auto& row : rows) EXPECT_EQ(remove(row.path), row.code) << row.path;
-  EXPECT_EQ(read_file(sandbox_.root() / "file"), "kept");
+// What cannot be removed is a link, which is not followed then either.
+TEST_F(DeleteRepository, GoesOnAfterWhatCannotBeRemoved) {
+  const fs::path root = sandbox_.root();
+  for (const char* file : {"repo/a", "repo/b/c", "repo/d", "c"}) write_file(root / file, "x");
+  fs::create_directory_symlink(root, root / "repo/b/stuck");
+  removable = "abcd";
+  EXPECT_EQ(remove(root / "repo"), -1);
+  removable = nullptr;
+  std::set<fs::path> left;
+  for (const auto& entry : fs::recursive_directory_iterator(root)) left.insert(entry);
+  for (const char* path : {"repo", "repo/b", "repo/b/stuck", "c"})
+    EXPECT_TRUE(left.contains(root / path));
+  EXPECT_EQ(left.size(), 6u) << "the two others are the home and its git configuration";
+}
+
+TEST_F(DeleteRepository, RefusesWhatHasNoNameOfItsOwn) {
+  const fs::path root = sandbox_.root();
+  write_file(root / "file", "x");
+  fs::create_directory_symlink("home", root / "link");
+  fs::create_symlink("loop", root / "loop");
+  removable = "";  // in case one of these is not refused
+  for (const char* path : {"/", "//", "/.", "link", "link/", "home/..", "home/.", "loop/x"}) {
+    EXPECT_EQ(remove(root / path), -1) << path;
+  }
+  for (const char* path : {"none", "file/x"}) EXPECT_EQ(remove(root / path), -2) << path;
+  EXPECT_EQ(remove(""), -2);
+  removable = nullptr;
+  EXPECT_TRUE(fs::exists(root / "home"));
 }
 
 }  // namespace

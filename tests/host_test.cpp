@@ -1,13 +1,14 @@
-// The stand-alone host by itself: pools, log, formatting, files, passwords, loading, missing slots.
+// The stand-alone host by itself: pools, log, formatting, files, passwords, and what a module finds
+// where nothing is.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
-#include <cmath>
+#include <cctype>
 #include <cstring>
 #include <fstream>
-#include <limits>
 #include <map>
 #include <random>
+#include <set>
+#include <sstream>
 
 #include "process.h"
 #include "support/module_test.h"
@@ -16,321 +17,276 @@
 namespace uwugit::test {
 namespace {
 
-class HostServicesTest : public testing::Test {
+HostPool* new_pool(const char* name = "test") {
+  HostServices* services = host::Host::current()->control_block()->services;
+  const PoolAttributes attributes{};
+  return services->create_pool(services, &attributes, 0, name);
+}
+
+std::size_t resident_pages() {
+  std::size_t total = 0, resident = 0;
+  std::ifstream("/proc/self/statm") >> total >> resident;
+  return resident;
+}
+
+class HostTest : public ModuleTest {
  protected:
   // An operation of the host, reached as a stub reaches it.
   template <class Signature>
   Signature* operation(OperationNumber number) {
     return reinterpret_cast<Signature*>(host_.control_block()->vectors[number.vector][number.slot]);
   }
-
-  HostPool* new_pool(const char* name = "test") {
-    HostServices* services = host_.control_block()->services;
-    const PoolAttributes attributes{};
-    return services->create_pool(services, &attributes, 0, name);
-  }
-
-  Sandbox sandbox_;
-  host::Host host_{{}};
-  host::LogCapture log_{host_.log()};
+#define OPERATION(name) operation<operation::name>(operation_number::name)
 };
 
-std::size_t resident_pages() {
-  std::ifstream statm("/proc/self/statm");
-  std::size_t total = 0, resident = 0;
-  statm >> total >> resident;
-  return resident;
-}
-
-// Thousands of random steps against a model that knows what every block must hold.
-TEST_F(HostServicesTest, PoolsKeepEveryBlockIntact) {
+// Thousands of random steps against a model that knows what every block must hold, in a new pool
+// and in one whose record was used before.
+TEST_F(HostTest, PoolsKeepEveryBlockIntact) {
   std::mt19937 random(7);
-  const auto size = [&random] {
-    constexpr std::size_t scales[] = {16, 16, 200, 3000, 60'000, 300'000};
-    return random() % scales[random() % std::size(scales)];
-  };
   struct Model {
     std::size_t size;
     unsigned char fill;
   };
-  HostPool* pool = new_pool();
   std::map<unsigned char*, Model> blocks;
-  const auto check = [](const auto& block, std::size_t length) {
+  const auto is_intact = [](const unsigned char* block, std::size_t length, unsigned char fill) {
     for (std::size_t i = 0; i < length; i += std::max<std::size_t>(1, length / 64)) {
-      ASSERT_EQ(block.first[i], block.second.fill);
+      if (block[i] != fill) return false;
     }
+    return true;
   };
-  std::size_t bytes = 0;
-  for (int step = 0; step < 20'000; ++step) {
-    const auto chosen =
-        blocks.empty()
-            ? blocks.end()
-            : std::next(blocks.begin(), static_cast<std::ptrdiff_t>(random() % blocks.size()));
-    const unsigned action = blocks.size() < 5 ? 0 : random() % 4;
-    if (action <= 1 && blocks.size() < 200) {
-      const std::size_t wanted = size();
-      auto* block = static_cast<unsigned char*>(pool->allocate(pool, wanted, 0));
-      ASSERT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0u);
-      const auto fill = static_cast<unsigned char>(random());
-      std::memset(block, fill, wanted);
-      ASSERT_TRUE(blocks.emplace(block, Model{wanted, fill}).second);
-      bytes += wanted;
-    } else if (action == 2 || blocks.size() >= 200) {
-      check(*chosen, chosen->second.size);
-      pool->free_block(pool, chosen->first);
-      bytes -= chosen->second.size;
-      blocks.erase(chosen);
-    } else {
-      const Model before = chosen->second;
-      const std::size_t wanted = size();
-      auto* moved = static_cast<unsigned char*>(pool->reallocate(pool, chosen->first, wanted, 0));
-      blocks.erase(chosen);
-      check(std::pair(moved, before), std::min(before.size, wanted));
-      std::memset(moved, before.fill, wanted);
-      ASSERT_TRUE(blocks.emplace(moved, Model{wanted, before.fill}).second);
-      bytes = bytes - before.size + wanted;
+  for (int round = 0; round < 2; ++round) {
+    HostPool* pool = new_pool();
+    std::size_t bytes = 0;
+    for (int step = 0; step < 15'000; ++step) {
+      constexpr std::size_t scales[] = {16, 16, 200, 3000, 60'000, 300'000};
+      const std::size_t wanted = random() % scales[random() % std::size(scales)];
+      unsigned char* block = nullptr;
+      Model before{0, static_cast<unsigned char>(random())};
+      const unsigned action = blocks.size() < 5 ? 0 : blocks.size() < 200 ? random() % 4 : 3;
+      if (action > 1) {  // with a block that is there
+        const auto chosen = std::next(blocks.begin(), random() % static_cast<int>(blocks.size()));
+        std::tie(block, before) = *chosen;
+        ASSERT_TRUE(is_intact(block, before.size, before.fill));
+        blocks.erase(chosen);
+        bytes -= before.size;
+      }
+      if (action == 3) {
+        pool->free_block(pool, block);
+      } else {
+        void* made = action == 0 ? pool->allocate(pool, wanted, 0)
+                                 : pool->reallocate(pool, block, wanted, 0);
+        ASSERT_EQ(reinterpret_cast<std::uintptr_t>(made) % 16, 0u);
+        block = static_cast<unsigned char*>(made);
+        ASSERT_TRUE(is_intact(block, std::min(before.size, wanted), before.fill));
+        std::memset(block, before.fill, wanted);
+        ASSERT_TRUE(blocks.emplace(block, Model{wanted, before.fill}).second);
+        bytes += wanted;
+      }
+      ASSERT_EQ(host_.pools().counters().blocks, blocks.size());
+      ASSERT_EQ(host_.pools().counters().bytes, bytes);
     }
-    ASSERT_EQ(host_.pools().counters().blocks, blocks.size());
-    ASSERT_EQ(host_.pools().counters().bytes, bytes);
+    for (const auto& [block, model] : blocks) {
+      EXPECT_TRUE(is_intact(block, model.size, model.fill));
+    }
+    blocks.clear();
+    EXPECT_EQ(pool->destroy(pool), 0);
+    EXPECT_EQ(pool->destroy(pool), -1) << "a pool that is gone";
+    EXPECT_EQ(host_.pools().counters().reserved, 0u);
   }
-  for (const auto& block : blocks) check(block, block.second.size);
-  EXPECT_EQ(pool->destroy(pool), 0);
-  EXPECT_EQ(pool->destroy(pool), -1) << "a pool that is gone";
-  EXPECT_EQ(host_.pools().counters().reserved, 0u);
 }
 
-TEST_F(HostServicesTest, LargeBlocksCostWhatIsWrittenAndCanBeCutInPlace) {
+TEST_F(HostTest, PoolsUseFreedMemoryAgain) {
   HostPool* pool = new_pool();
+  const auto take = [pool](std::size_t bytes) { return pool->allocate(pool, bytes, 0); };
+  pool->free_block(pool, nullptr);
+  void* const first = take(100);
+  void* const last = take(100);
+  pool->free_block(pool, last);
+  EXPECT_EQ(take(60), last) << "the next block begins where the last one taken did";
+  pool->free_block(pool, first);
+  EXPECT_EQ(take(101), first) << "the room is a multiple of 16";
+
   [[maybe_unused]] const std::size_t before = resident_pages();
-  std::vector<char*> blocks;
+  constexpr std::size_t large = 8 << 20;
   for (int i = 0; i < 1000; ++i) {
-    auto* block = static_cast<char*>(pool->allocate(pool, 5'000'000, 0));
-    std::strcpy(block, "written");
-    blocks.push_back(static_cast<char*>(pool->reallocate(pool, block, 8, 0)));
-    ASSERT_EQ(blocks.back(), block);
+    char* block = std::strcpy(static_cast<char*>(take(large)), "written");
+    ASSERT_EQ(pool->reallocate(pool, block, 8, 0), block) << "cut in place";
+    ASSERT_STREQ(block, "written");
   }
-  for (const char* block : blocks) ASSERT_STREQ(block, "written");
+  void* const freed = take(large);
+  take(large);
+  pool->free_block(pool, std::memset(freed, 1, large));
 #ifndef __SANITIZE_ADDRESS__  // which keeps a shadow of every byte
-  EXPECT_LT(resident_pages() - before, 200u) << "5 GB were asked for";
+  EXPECT_LT(resident_pages() - before, 200u) << "8 GB were asked for, and 8 MB given back";
 #endif
+  EXPECT_EQ(take(large), freed);
   pool->destroy(pool);
 }
 
-TEST_F(HostServicesTest, RecyclesTheEmptyPoolsOfACall) {
-  static HostPool* kept;
-  HostFunction* function = [](const HostArgumentBlock*, double*) {
-    HostServices* services = host::Host::current()->control_block()->services;
-    const PoolAttributes attributes{};
-    HostPool* empty = services->create_pool(services, &attributes, 0, "empty");
-    empty->free_block(empty, empty->allocate(empty, 100, 0));
-    kept = services->create_pool(services, &attributes, 0, "kept");
-    std::strcpy(static_cast<char*>(kept->allocate(kept, 10, 0)), "kept");
-    HostPool* destroyed = services->create_pool(services, &attributes, 0, "destroyed");
-    destroyed->allocate(destroyed, 10, 0);
-    destroyed->destroy(destroyed);
-    return 0;
+TEST_F(HostTest, RecyclesTheEmptyPoolsOfACall) {
+  std::vector<HostPool*> many;
+  for (int i = 0; i < 100; ++i) many.push_back(new_pool(std::string(100, 'n').c_str()));
+  EXPECT_EQ(host_.pools().describe()[99].name, std::string(47, 'n'));
+  for (HostPool* pool : many) pool->destroy(pool);
+  const auto names_after = [this](HostFunction* function) {
+    host_.call(function, host::Arguments().block());
+    std::string names;
+    for (const host::PoolDescription& pool : host_.pools().describe()) names += pool.name + " ";
+    return names;
   };
-  host::Arguments none;
-  EXPECT_TRUE(host_.call(function, none.block()).is_unchanged);
+  new_pool("before");
+  EXPECT_EQ(names_after([](const HostArgumentBlock*, double*) {
+              HostPool* empty = new_pool("empty");
+              empty->free_block(empty, empty->allocate(empty, 100, 0));
+              HostPool* kept = new_pool("kept");
+              kept->allocate(kept, 10, 0);
+              HostPool* destroyed = new_pool("destroyed");
+              return destroyed->destroy(destroyed);
+            }),
+            "before kept ");
+  new_pool("outside");
+  EXPECT_EQ(names_after([](const HostArgumentBlock*, double*) { return 0; }),
+            "before kept outside ");
   const host::PoolCounters counters = host_.pools().counters();
-  EXPECT_EQ(counters.created, 3u);
-  EXPECT_EQ(counters.recycled, 1u);
-  EXPECT_EQ(counters.destroyed, 1u);
-  ASSERT_EQ(host_.pools().describe().size(), 1u);
-  EXPECT_EQ(host_.pools().describe()[0].name, "kept");
-  kept->destroy(kept);
+  EXPECT_EQ(std::tuple(counters.created, counters.recycled, counters.destroyed),
+            std::tuple(105u, 1u, 101u));
 }
 
-TEST_F(HostServicesTest, RendersEverySeverityAndReadsDataNeverAsAFormat) {
-  auto* log = operation<operation::xpslog>(operation_number::xpslog);
+TEST_F(HostTest, RendersEverySeverityAndReadsDataNeverAsAFormat) {
+  auto* log = OPERATION(xpslog);
+  const std::string long_text(5000, 'x');
   log("%1zwrong: %s\n", "%n%s%d");
-  log("%3znote %d of %s", 7, std::string(5000, 'x').c_str());
-  log("%2zwarning");
+  log("%3znote %d of %s", 7, long_text.c_str());
+  log("%2zwarning\n\n");
   log("plain");
   log("100%%");
-  EXPECT_EQ(log_.text(), "ERROR: wrong: %n%s%d\nNOTE: note 7 of " + std::string(5000, 'x') +
-                             "\nLOG 2: warning\nplain\n100%\n");
+  OPERATION(xprrlog)(0, -ENOENT);
+  EXPECT_EQ(log_.text(), "ERROR: wrong: %n%s%d\nNOTE: note 7 of " + long_text +
+                             "\nLOG 2: warning\n\nplain\n100%\n"
+                             "ERROR: External file: No such file or directory (code -2).\n");
+  host_.log().set_sink({});
+  log("%1znobody reads this");
 }
 
-TEST_F(HostServicesTest, FormatsWithinTheVariable) {
-  auto* format = operation<operation::xpsstr>(operation_number::xpsstr);
-  const auto formatted = [&](std::int64_t capacity, auto... arguments) {
+TEST_F(HostTest, FormatsWithinTheVariable) {
+  const auto formatted = [this](std::int64_t capacity, auto... arguments) {
     std::string variable = "########";
-    const std::int64_t written = format(variable.data(), capacity, arguments...);
+    const std::int64_t written = OPERATION(xpsstr)(variable.data(), capacity, arguments...);
     return variable + " " + std::to_string(written);
   };
   EXPECT_EQ(formatted(8, "%*s", 3, "abc"), "abc##### 3");
   EXPECT_EQ(formatted(8, "%*s", 5, "abc"), "  abc### 5");
+  EXPECT_EQ(formatted(8, "%*s", -5, "abc"), "abc##### 3");
   EXPECT_EQ(formatted(2, "%*s", 3, "abc"), "ab###### 2");
   EXPECT_EQ(formatted(4, "%*s", 6, "abc"), "   a#### 4");
+  EXPECT_EQ(formatted(2, "%*s", 6, "abc"), "  ###### 2");
   EXPECT_EQ(formatted(8, "%s-%d", "x", 42), "x-42#### 4");
   EXPECT_EQ(formatted(3, "%s-%d", "x", 42), "x-4##### 3");
-  EXPECT_EQ(formatted(0, "%s", "x"), "######## 0");
   EXPECT_EQ(formatted(-1, "%s", "x"), "######## 0");
 }
 
-TEST_F(HostServicesTest, WritesPlainFilesAndReportsWhatFails) {
-  auto* assign = operation<operation::xxrasgn>(operation_number::xxrasgn);
-  auto* open = operation<operation::xxropen>(operation_number::xxropen);
-  auto* close = operation<operation::xxclose>(operation_number::xxclose);
-  const auto write = [&](const std::string& path, std::string_view data) {
-    char reference[] = "        ";
-    if (const int code = assign(reference, "        ", path.data(), path.size(), 0)) return code;
-    EXPECT_STRNE(reference, "        ");
-    const FileAttributes attributes{kFileOutput, kFileRecords, data.size(), {}};
-    HostFile* file = nullptr;
-    if (const int code = open(reference, &attributes, &file)) return code;
+TEST_F(HostTest, WritesPlainFilesAndReportsWhatFails) {
+  auto* open = OPERATION(xxropen);
+  auto* close = OPERATION(xxclose);
+  FileAttributes attributes{kFileOutput, kFileRecords, 100, {}};
+  HostFile* file = nullptr;
+  const auto write = [&](std::string name, const std::string& path, std::string_view data) {
+    const bool is_blank = name.starts_with(' ');
+    OPERATION(xxrasgn)(name.data(), "        ", path.data(), path.size(), 0);
+    EXPECT_EQ(name.starts_with("#UF"), is_blank) << "only a blank name is filled in";
+    if (const int code = open(name.data(), &attributes, &file)) return code;
     const int code = file->write(file, data.data(), data.size());
     const int closed = close(file);
     return code != 0 ? code : closed;
   };
-  const std::string data("one\0two\n", 8);
-  const fs::path file = sandbox_.root() / "file";
-  EXPECT_EQ(write(file, "a longer text before"), 0);
-  EXPECT_EQ(write(file, data), 0);
-  EXPECT_EQ(read_file(file), data);
-  EXPECT_EQ(write(sandbox_.root() / "no" / "folder", data), -ENOENT);
-  EXPECT_EQ(write("/dev/full", data), -ENOSPC);
-  operation<operation::xprrlog>(operation_number::xprrlog)(0, -ENOENT);
-  EXPECT_EQ(log_.text(), "ERROR: External file: No such file or directory (code -2).\n");
+  const std::string path = sandbox_.root() / "file";
+  EXPECT_EQ(write("        ", path, "a longer text before"), 0);
+  EXPECT_EQ(write("MYFILE  and more", path, std::string_view("one\0two\n", 8)), 0);
+  EXPECT_EQ(read_file(path), std::string("one\0two\n", 8));
+  EXPECT_EQ(write("        ", "/none/file", "x"), -ENOENT);
+  for (const std::size_t length : {1, 100'000}) {  // the first is told by the closing
+    EXPECT_EQ(write("        ", "/dev/full", std::string(length, 'x')), -ENOSPC);
+  }
+  for (const char* name : {"MYFILE  ", "#UF00001"}) EXPECT_EQ(open(name, &attributes, &file), 0);
+  EXPECT_EQ(close(file), 0);
+  EXPECT_EQ(close(file), -EBADF);
+  EXPECT_EQ(open("UNKNOWN ", &attributes, &file), -EBADF);
+  attributes.direction = 1;
+  EXPECT_EQ(open("MYFILE  ", &attributes, &file), -EINVAL) << "for reading";
 }
 
-TEST_F(HostServicesTest, EncodesPasswordsForTheOwnerOfTheKeyOnly) {
-  const fs::path key = sandbox_.root() / "folder" / "key";
-  const host::PasswordService service(key);
-  const std::string encoded = service.encode("secret");
-  EXPECT_NE(service.encode("secret"), encoded) << "two encodings of one password differ";
-  EXPECT_EQ(service.decode(encoded), "secret");
-  EXPECT_EQ(fs::status(key).permissions(), fs::perms::owner_read | fs::perms::owner_write);
-  host::PasswordService other(sandbox_.root() / "other-key");
-  other.encode("x");
-  EXPECT_EQ(other.decode(encoded), std::nullopt);
-  fs::permissions(key, fs::perms::group_read, fs::perm_options::add);
-  EXPECT_THROW(static_cast<void>(service.decode(encoded)), std::runtime_error);
+TEST_F(HostTest, DecodesPasswordsForTheOwnerOfTheKeyOnly) {
+  const std::string encoded = host_.passwords().encode("secret");
+  EXPECT_NE(host_.passwords().encode("secret"), encoded) << "two encodings of one password differ";
+  HostPool* pool = new_pool();
+  const auto decode = [&](const std::string& text) {
+    char* decoded = nullptr;
+    std::int64_t length = 0;
+    const auto given = static_cast<std::int64_t>(text.size());
+    const int status = OPERATION(omidcrp)(pool, text.data(), given, &decoded, &length);
+    return std::to_string(status) + std::string(decoded, static_cast<std::size_t>(length));
+  };
+  EXPECT_EQ(decode(encoded), "0secret");
+  const std::string other = host::PasswordService(sandbox_.root() / "new/key").encode("x");
+  for (const std::string& text : {encoded.substr(1), encoded.substr(0, 60), encoded + "!",
+                                  encoded.substr(0, 8), encoded.substr(0, 12), other}) {
+    EXPECT_EQ(decode(text), "-1") << text;
+  }
+  EXPECT_EQ(logged(), "");
+  const fs::path key = host_.passwords().key_file();
+  for (const fs::perms wrong : {fs::perms::group_read, fs::perms::others_exec}) {
+    fs::permissions(key, wrong | fs::perms::owner_read);
+    EXPECT_EQ(decode(encoded), "-2");
+    EXPECT_PRED2(starts_with, logged(), "ERROR: The key file " + key.string() + " can be read by ");
+  }
+  fs::permissions(key, fs::perms::owner_all);
+  fs::resize_file(key, 33);
+  EXPECT_EQ(decode(encoded), "-2");
+  fs::remove(key);
+  EXPECT_EQ(decode(encoded), "-2");
+  pool->destroy(pool);
 }
 
 // What a module meets where nothing is provided: a message that names the place, and the end.
-TEST_F(HostServicesTest, EndsTheRunAtAMissingSlot) {
+TEST_F(HostTest, EndsTheRun) {
   host_.log().reset_sink();
   HostControlBlock* gcb = host_.control_block();
   HostPool* pool = new_pool();
+  GitModule* git = host_.modules().load(L"libgit2", ModuleLocation::kSystem);
   const auto slot = [](void* table, int number) { static_cast<HostOperation*>(table)[number](); };
   const auto ends = testing::ExitedWithCode(70);
   EXPECT_EXIT(slot(gcb->services, 7), ends, "slot 7 of a service table, which this host does not");
-  EXPECT_EXIT(slot(gcb->services, 60), ends, "slot 60 of a service table");
-  EXPECT_EXIT(slot(pool, 0), ends, "slot 0 of a pool");
-  EXPECT_EXIT(slot(pool, 20), ends, "slot 20 of a pool");
+  EXPECT_EXIT(slot(gcb->services, 63), ends, "slot 63 of a service table");
+  EXPECT_EXIT(slot(pool, 31), ends, "slot 31 of a pool");
   EXPECT_EXIT(slot(gcb->allocator, 1), ends, "slot 1 of a host allocator");
-  EXPECT_EXIT(operation<operation::xexit>(operation_number::xexit)(1016), ends,
-              "out of memory.*code 1016");
-  EXPECT_EXIT(pool->allocate(pool, std::size_t{1} << 60, 0), ends, "Out of memory: pool \"test\"");
+  EXPECT_EXIT(slot(git, 31), ends, "slot 31 of a loaded module");
+  const auto exit = OPERATION(xexit);
+  EXPECT_EXIT(exit(1016), ends, "ERROR: The module ran out of memory. The run ends with code 1016");
+  EXPECT_EXIT(exit(256), ends, "The module ended the run. The run ends with code 256.");
+  EXPECT_EXIT(exit(0), ends, "code 0");
+  EXPECT_EXIT(exit(255), testing::ExitedWithCode(255), "code 255");
+  constexpr std::size_t too_much = std::size_t{1} << 60;
+  const char* message = "Out of memory: pool \"test\" cannot have 1152921504606846976 bytes.";
+  EXPECT_EXIT(pool->allocate(pool, too_much, 0), ends, message);
+  EXPECT_EXIT(pool->reallocate(pool, pool->allocate(pool, 1, 0), too_much, 0), ends, message);
 }
 
-class ModuleLoading : public ModuleTest {
- protected:
-  // A folder whose libgit2.so is the companion.
-  fs::path folder_with_libgit2() {
-    fs::path folder = sandbox_.root() / "libgit2";
-    fs::create_directory(folder);
-    fs::create_symlink(kLibraryFolder / "libgit2.so", folder / "libgit2.so");
-    return folder;
+TEST_F(HostTest, OffersWhatAModuleReads) {
+  EXPECT_EQ(host::Host::current(), &host_);
+  EXPECT_THROW(static_cast<void>(host::Host({})), std::logic_error);
+  for (int c = 0; c < 256; ++c) {
+    EXPECT_EQ(host_.control_block()->upper_case[c], std::toupper(c)) << c;
   }
-};
-
-constexpr char kSecondTry[] =
-    "NOTE: libgit2.so not found in the system location, trying the extension path.\n";
-constexpr char kThirdTry[] =
-    "NOTE: libgit2.so not found in the system location, trying the install path.\n";
-
-TEST_F(ModuleLoading, TriesThreeLocationsInOrder) {
-  const fs::path here = folder_with_libgit2();
-  const fs::path nothing = sandbox_.root() / "nothing";
-  const std::string version = "NOTE: Libgit2 version " + std::string(UWUGIT_LIBGIT2_VERSION) + "\n";
-  const struct {
-    host::SearchLists lists;
-    const char* code;
-    std::string log;
-  } rows[] = {
-      {{.system = {nothing, here}, .extension = {}, .install = {}}, "0", version},
-      {{.system = {nothing}, .extension = {here}, .install = {}}, "0", kSecondTry + version},
-      {{.system = {}, .extension = {nothing}, .install = {here}},
-       "0",
-       std::string(kSecondTry) + kThirdTry + version},
-      {{.system = {}, .extension = {}, .install = {}},
-       "-1",
-       std::string(kSecondTry) + kThirdTry +
-           "ERROR: libgit2.so not found.\nERROR: Unable to load libgit2 module.\n"},
-  };
-  for (const auto& row : rows) {
-    host_.modules().set_lists(row.lists);
-    EXPECT_EQ(code("git_version"), row.code);
-    EXPECT_EQ(logged(), row.log);
-    EXPECT_EQ(code("get_status", nothing), row.code == std::string("0") ? "-2" : "-1");
-    logged();
+  for (const auto& [registered, name] : {std::pair("GIT_PULL", "do_pull"), {"GIT_PUSH", "do_push"}})
+    EXPECT_EQ(module_.find(registered), module_.find(name));
+  GitModule* git = host_.modules().load(L"libgit2", ModuleLocation::kSystem);
+  EXPECT_TRUE(git->lookup(git, L"git_libgit2_init and more", 16, 0));
+  for (const std::wstring name : {L"git_nothing", L"git_libgit2_init ", L"git_libgit2_init\xe9"}) {
+    EXPECT_FALSE(git->lookup(git, name.data(), name.size(), 0));
   }
-}
-
-TEST_F(ModuleLoading, NotesAVersionEvenWhenItCannotBeAsked) {
-  hide_function("git_libgit2_version");
-  EXPECT_EQ(answer("git_version"), "0 NOTE: Libgit2 version 0.0.0\n$");
-  hide_function("git_libgit2_init");
-  EXPECT_EQ(answer("git_version"), "-1$");
-}
-
-TEST_F(ModuleLoading, PassesOverAFileThatIsNoLibrary) {
-  const fs::path broken = sandbox_.root() / "broken";
-  write_file(broken / "libgit2.so", "not a library");
-  host_.modules().set_lists(
-      {.system = {broken}, .extension = {folder_with_libgit2()}, .install = {}});
-  EXPECT_EQ(code("git_version"), "0");
-  EXPECT_TRUE(logged().starts_with("ERROR: A module cannot be loaded: " +
-                                   (broken / "libgit2.so").string()));
-  EXPECT_THROW(host::FunctionModule(broken / "libgit2.so", host_.control_block()),
-               std::runtime_error);
-  EXPECT_THROW(host::FunctionModule(kLibraryFolder / "libgit2.so", host_.control_block()),
-               std::runtime_error);
-}
-
-TEST_F(ModuleLoading, ExportsThePublicNamesOnly) {
-  EXPECT_EQ(module_.find("GIT_PULL"), module_.find("do_pull"));
-  EXPECT_EQ(module_.find("GIT_PUSH"), module_.find("do_push"));
-  std::set<std::string> expected = {"mcn_main", "uwugit_p", "vi_mcn"};
-  for (const host::Function& function : host::catalogue()) expected.emplace(function.name);
-  std::set<std::string> exported;
-  std::istringstream names(
-      runner::run({"nm", "-D", "--defined-only", kModuleFile.string()}).output);
-  for (std::string address, kind, name; names >> address >> kind >> name;) exported.insert(name);
-  EXPECT_EQ(exported, expected);
-}
-
-TEST_F(ModuleLoading, ChecksArgumentsBeforeTheModuleSeesThem) {
-  const std::string long_path(64 << 10, 'p');
-  const struct {
-    std::string_view function;
-    std::vector<host::Value> values;
-    const char* message;
-  } rows[] = {
-      {"get_status",
-       {},
-       "get_status: argument 1 (repository) is missing\nusage: get_status(repository) -> code"},
-      {"get_status", {"a", "b"}, "get_status: too many arguments: 2 were given"},
-      {"get_status", {1.0}, "get_status: argument 1 (repository) must be a text"},
-      {"get_status",
-       {std::string("a\0b", 3)},
-       "get_status: argument 1 (repository) contains a NUL byte"},
-      {"get_status_attribute", {"1", "repo", "PATH"}, "argument 1 (number) must be a number"},
-      {"get_status_attribute", {1.0, "repo"}, "argument 3 (attribute) is missing"},
-  };
-  for (const auto& row : rows) {
-    const host::Function& function = *host::find_function(row.function);
-    try {
-      host::call_function(host_, module_, function, row.values);
-      ADD_FAILURE() << row.message;
-    } catch (const host::UsageError& error) {
-      EXPECT_NE(std::string(error.what()).find(row.message), std::string::npos) << error.what();
-    }
+  for (const wchar_t* name : {L"none", L"", L"../uwugit/libgit2"}) {
+    EXPECT_FALSE(host_.modules().load(name, ModuleLocation::kSystem));
   }
-  EXPECT_EQ(logged(), "");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <git2.h>
 
 #include <algorithm>
+#include <climits>
 #include <sstream>
 
 #include "process.h"
@@ -95,6 +96,8 @@ TEST_F(Operations, CountTheirArguments) {
   const std::string id =
       run("echo >file; git add file; git commit --quiet -m x; echo x >file; git rev-parse HEAD");
   tell({"stash", path_, "Me", "me@example.org"});
+  tell({"stash_pop", path_, "#5"});
+  tell({"stash", path_, "Me", "me@example.org"});
   tell({"stash_apply", path_, "#5", "#5"});
   tell({"stash_drop", path_, "#5", "#5"});
   tell({"init_repo", path_, "main", "url", "more"});
@@ -147,10 +150,16 @@ TEST_F(Operations, PassOverACommitThatCannotBeLookedUp) {
 TEST_F(Operations, ResetByClearingTheState) {
   const std::string id = run("git commit --quiet --allow-empty -m x; git rev-parse HEAD");
   replace(
-      "git_reset", +[] { return -1; });
+      "git_reset", +[](git_repository*, const git_object*, git_reset_t kind,
+                       const git_checkout_options* options) {
+        told << kind << " " << options->checkout_strategy << " ";
+        return -1;
+      });
   replace(
       "git_repository_state_cleanup", +[] { return given; });
-  for (given = -1; given <= 0; ++given) tell({"reset_to_commit", path_, id, "HARD"});
+  for (given = -1; given <= 0; ++given) {
+    for (const char* mode : {"SOFT", "MIXED", "HARD"}) tell({"reset_to_commit", path_, id, mode});
+  }
 }
 
 // libgit2 gives some of these values only together with others; the value counts as a whole.
@@ -254,7 +263,7 @@ TEST_F(Operations, HeedTheCodesOfTheFileService) {
   const std::string id = run("echo >a; git add a; git commit --quiet -m x; git rev-parse HEAD");
   tell({"diff_commits", path_, "", id});
   for (int& step : file_codes) {
-    for (const int code : {0x801, 0x40000801, 0x802, 5, -5, 0}) {
+    for (const int code : {0x801, 0x7FC00801, 0x802, 5, -5, INT_MIN + 0x801, 0}) {
       step = code;
       tell({"write_diff_to_file", "#1", path_, "", id, "/x"});
     }

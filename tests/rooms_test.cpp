@@ -1,89 +1,119 @@
-// The rooms of the module from inside: strings, vector stubs, registration, passwords, messages,
-// the status store, and what differs between versions of libgit2.
+// The rooms of the module from inside: strings, broken pipes, vector stubs, arguments,
+// registration, passwords, messages, what differs between versions of libgit2, releasing, and the
+// stores.
+#include <git2.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <csignal>
 #include <cstring>
+#include <deque>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <tuple>
 
+#include "gitbind/broken_pipe.h"
+#include "gitbind/compatibility.h"
+#include "gitbind/release.h"
+#include "module/arguments.h"
 #include "module/bootstrap.h"
 #include "module/password.h"
-#include "module/registration.h"
 #include "module/sysmsg.h"
 #include "module/vector_stubs.h"
+#include "store/diff_objects.h"
 #include "store/log_objects.h"
 #include "store/status_objects.h"
 #include "support/sandbox.h"
 #include "support/strings.h"
-#include "uwugithost/host.h"
+#include "uwugithost/call.h"
 
 namespace uwugit::test {
 namespace {
 
 TEST(Strings, CompareWithTrailingBlanksInsignificant) {
-  const struct {
-    std::string left, right;
-    int sign;
-  } rows[] = {
-      {"", "", 0},         {"", "  ", 0},          {"repo", "repo  ", 0},
-      {"repo", "Repo", 1}, {"repo", "repo x", -1}, {"a", "a\t", 1},
-      {"a", "b", -1},      {"\xff", "a", 1},       {"PATH", "PATHS", -1},
-      {"a ", "a\x80", -1},
-  };
-  for (const auto& row : rows) {
-    const auto compare = [](const std::string& a, const std::string& b) {
-      const int order = wzstcom(a.data(), a.size(), b.data(), b.size());
-      return (order > 0) - (order < 0);
-    };
-    EXPECT_EQ(compare(row.left, row.right), row.sign) << row.left << "|" << row.right;
-    EXPECT_EQ(compare(row.right, row.left), -row.sign) << row.right << "|" << row.left;
+  const std::vector<std::string> in_order[] = {{"\x1f"}, {"", "  "}, {"PATH"},    {"PATHS"},
+                                               {"a\t"},  {"a \x1f"}, {"a", "a "}, {"a  x"},
+                                               {"a x"},  {"a\x80"},  {"b"},       {"\xff"}};
+  for (const auto& lefts : in_order) {
+    for (const auto& rights : in_order) {
+      for (const std::string& left : lefts) {
+        for (const std::string& right : rights) {
+          const int order = wzstcom(left.data(), left.size(), right.data(), right.size());
+          EXPECT_EQ((order > 0) - (order < 0), (&lefts > &rights) - (&lefts < &rights))
+              << left << "|" << right;
+        }
+      }
+    }
   }
 }
 
 TEST(Strings, ConcatenateWithinTheirRoom) {
   for (std::size_t capacity = 0; capacity <= 8; ++capacity) {
-    char text[16] = "ab";
-    std::memset(text + 3, '#', sizeof text - 3);
+    char text[] = "ab\0########";
     const std::size_t length = wzstcat(text, 2, capacity, "cdef", 4);
     EXPECT_EQ(length, std::clamp<std::size_t>(capacity - (capacity > 0), 2, 6)) << capacity;
-    EXPECT_EQ(std::string_view(text, length), std::string_view("abcdef", length));
-    EXPECT_EQ(text[length], '\0');
-    EXPECT_EQ(text[std::max<std::size_t>(capacity, 3)], '#')
-        << "nothing behind the room is touched";
+    EXPECT_EQ(std::string("abcdef", length), text);
+    EXPECT_EQ(text[std::max<std::size_t>(capacity, 3)], '#') << "behind the room";
   }
   EXPECT_EQ(wzstlen(nullptr), 0u);
 }
 
 TEST(Strings, WriteNumbersRightJustified) {
-  const struct {
-    std::int64_t number;
-    std::size_t width;
-    const char* expected;
-  } rows[] = {{0, 1, "0"},          {1700000000, 20, "          1700000000"},
-              {-5, 4, "  -5"},      {12345, 5, "12345"},
-              {123456, 5, "*****"}, {-1, 1, "*"},
-              {1, 0, ""},           {INT64_MIN, 20, "-9223372036854775808"}};
-  for (const auto& row : rows) {
-    std::string field(row.width, '#');
-    wzclchr(row.number, field.data(), row.width);
-    EXPECT_EQ(field, row.expected);
+  const std::tuple<std::int64_t, std::size_t, const char*> rows[] = {
+      {0, 1, "0"},   {1700000000, 20, "          1700000000"}, {-5, 4, "  -5"}, {-1, 1, "*"},
+      {99, 2, "99"}, {INT64_MIN, 20, "-9223372036854775808"},  {1, 0, ""},      {-10, 2, "**"}};
+  for (const auto& [number, width, expected] : rows) {
+    std::string field(width, '#');
+    wzclchr(number, field.data(), width);
+    EXPECT_EQ(field, expected);
   }
 }
 
-// A control block of its own, to see what the stubs do to it.
-struct SeenCall {
-  std::uint64_t identity;
-  unsigned char operation_state;
-  int a, b, c, d, e, f, g;
-  double x;
-} seen;
+// In a process of its own, which the signal would end. A signal that waited before still waits.
+TEST(BrokenPipes, FailTheWriteAndDoNotEndTheProcess) {
+  const auto write_to_closed_pipe = [](int blocked) {
+    std::signal(SIGPIPE, SIG_DFL);
+    sigset_t before, after, pending;
+    sigemptyset(&before);
+    sigaddset(&before, blocked);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    if (blocked == SIGPIPE) std::raise(SIGPIPE);
+    int ends[2];
+    bool is_right = pipe(ends) == 0 && close(ends[0]) == 0;
+    {
+      const BrokenPipeGuard guard;
+      is_right = is_right && write(ends[1], "x", 1) == -1 && errno == EPIPE;
+    }
+    sigprocmask(SIG_SETMASK, nullptr, &after);
+    sigpending(&pending);
+    for (const int signal : {SIGPIPE, SIGUSR1}) {
+      is_right = is_right && sigismember(&after, signal) == (signal == blocked);
+    }
+    std::_Exit(is_right && sigismember(&pending, SIGPIPE) == (blocked == SIGPIPE) ? 0 : 1);
+  };
+  EXPECT_EXIT(write_to_closed_pipe(SIGUSR1), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(write_to_closed_pipe(SIGPIPE), testing::ExitedWithCode(0), "");
+}
+
 HostTaskBlock task;
+std::string seen;
 
 // Keeps the identity before any compiled code runs, then goes on as the operation.
 extern "C" {
 std::uint64_t seen_identity;
 void keep_identity();
-void seen_operation(const char*, int a, int b, int c, int d, int e, int f, int g, double x) {
-  seen = {seen_identity, task.operation_state, a, b, c, d, e, f, g, x};
+void seen_operation(const char* text, int a, int b, int c, int d, int e, int f, double x) {
+  std::ostringstream all;
+  all << (seen_identity >> 32) << " " << (seen_identity & 0xFFFFFFFF) << " "
+      << int{task.operation_state} << text << a << b << c << d << e << f << x;
+  seen = all.str();
 }
+// Stubs of operations that only other modules' runtimes use.
+void xpselec(), xpopset(), xyrcgef(), wzrlchr(), xyrngef(), zkelver(), wtrsset(), wiinstl();
 }
 #if defined(__x86_64__)
 asm("keep_identity: movq %r10, seen_identity(%rip)\n jmp seen_operation");
@@ -93,223 +123,380 @@ asm("keep_identity: adrp x16, seen_identity\n str x17, [x16, :lo12:seen_identity
 #endif
 
 TEST(Stubs, PassEveryArgumentThroughAndTellTheirIdentity) {
-  static HostOperation slots[512] = {};
-  static const HostOperation* vectors[520] = {};
-  slots[89] = keep_identity;
-  vectors[39] = slots;
-  HostControlBlock gcb{};
-  gcb.vectors = vectors;
-  gcb.task = &task;
-  task.operation_state = 0xFF;
-  v_global_gcb_anchor = &gcb;
-  xpslog("%1z", 1, 2, 3, 4, 5, 6, 7, 8.5);
-  EXPECT_EQ(seen.identity, (std::uint64_t{39} << 32) | 89);
-  EXPECT_EQ(seen.operation_state, 0);
-  EXPECT_EQ(seen.a + 10 * seen.b + 100 * seen.c + 1000 * seen.d + 10000 * seen.e + 100000 * seen.f,
-            654321);
-  EXPECT_EQ(seen.g, 7);
-  EXPECT_EQ(seen.x, 8.5);
+#define ROW(name, vector, slot) std::tuple(reinterpret_cast<void*>(name), vector, slot)
+  const auto rows = {
+      ROW(xpslog, 39, 89),   ROW(xpsstr, 39, 79),   ROW(xprrlog, 39, 130), ROW(xxrasgn, 39, 197),
+      ROW(xxropen, 39, 207), ROW(xxclose, 39, 210), ROW(xexit, 39, 4),     ROW(xprlstr, 39, 104),
+      ROW(xjsympc, 49, 31),  ROW(xjsympn, 49, 32),  ROW(xalanch, 40, 277), ROW(xpselec, 39, 108),
+      ROW(xpopset, 39, 138), ROW(xyrcgef, 39, 56),  ROW(wzrlchr, 0, 320),  ROW(xyrngef, 39, 57),
+      ROW(zkelver, 39, 194), ROW(wtrsset, 0, 192),  ROW(omidcrp, 516, 34), ROW(wiinstl, 0, 84)};
+  for (const auto& [stub, vector, slot] : rows) {
+    HostOperation slots[512] = {};
+    const HostOperation* vectors[520] = {};
+    slots[slot] = keep_identity;
+    vectors[vector] = slots;
+    task.operation_state = 0xFF;
+    HostControlBlock gcb{.vectors = vectors, .task = &task};
+    v_global_gcb_anchor = &gcb;
+    reinterpret_cast<decltype(&seen_operation)>(stub)("%1z", 1, 2, 3, 4, 5, 6, 7.5);
+    EXPECT_EQ(seen, std::to_string(vector) + " " + std::to_string(slot) + " 0%1z1234567.5");
+  }
+}
+
+// What libgit2s of the test's own making have. All of them stay, so that no two have one address.
+std::map<std::wstring, void*> made_up;
+std::array<int, 3> version;  // major and minor number, and features
+
+template <class Function>
+void* address(Function* function) {
+  return reinterpret_cast<void*>(function);
+}
+
+GitModule* make_git() {
+  static std::deque<GitModule> all;
+  all.emplace_back().lookup = [](GitModule*, const wchar_t* name, std::size_t length, auto) {
+    const auto found = made_up.find(std::wstring(name, length));
+    return found == made_up.end() ? nullptr : found->second;
+  };
+  return &all.back();
+}
+
+GitModule* make_git(int major, int minor, int features = 0) {
+  version = {major, minor, features};
+  made_up[L"git_libgit2_features"] = address(+[] { return version[2]; });
+  made_up[L"git_libgit2_version"] = address(+[](int* first, int* second, int* third) {
+    std::tie(*first, *second, *third) = std::tuple(version[0], version[1], 3);
+    return 0;
+  });
+  return make_git();
 }
 
 // The rest has a real host around it.
 class Rooms : public testing::Test {
  protected:
-  Rooms() { information_ = mcn_main(host_.control_block(), nullptr); }
+  // The host's own table can be changed, only the module must not.
+  template <class Signature>
+  void replace(OperationNumber number, std::type_identity_t<Signature>* operation) {
+    const HostOperation* vector = host_.control_block()->vectors[number.vector];
+    const_cast<HostOperation*>(vector)[number.slot] = reinterpret_cast<HostOperation>(operation);
+  }
+
+  Rooms() { made_up.clear(); }
 
   Sandbox sandbox_;
   host::Host host_{{}};
   host::LogCapture log_{host_.log()};
-  const ModuleInformation* information_;
+  int process_block_ = 0;
+  const ModuleInformation* information_ = mcn_main(host_.control_block(), &process_block_);
 };
+
+TEST_F(Rooms, ReadNumbersAndTheLowHalfOfLengths) {
+  constexpr std::int32_t low = INT32_MIN, high = INT32_MAX;
+  const std::pair<double, std::int32_t> numbers[] = {
+      {1.9, 1},      {-1.9, -1},       {high + .9, high}, {high - .1, high - 1},
+      {1e300, high}, {INFINITY, high}, {low - .9, low},   {low + .1, low + 1},
+      {-1e300, low}, {-INFINITY, low}};
+  for (const auto& [given, expected] : numbers) {
+    EXPECT_EQ(number_argument(host::Arguments().number(given).block(), 0), expected) << given;
+  }
+  const std::pair<std::int64_t, std::int32_t> lengths[] = {
+      {3, 3}, {0, 0}, {-1, -1}, {0x100000002, 2}, {0x80000000, -1}, {INT64_MIN, 0}};
+  for (const auto& [given, expected] : lengths) {
+    host::Arguments arguments;
+    arguments.number(1).text("text").string(1).length = given;
+    EXPECT_EQ(text_argument(arguments.block(), 1).length, expected) << given;
+    EXPECT_EQ(optional_text_argument(arguments.block(), 1).is_present(), expected >= 0);
+    EXPECT_FALSE(optional_text_argument(arguments.block(), 2).is_present()) << "beyond the count";
+  }
+}
+
+// The 32-bit words of a record.
+std::string words(const void* record, std::size_t begin, std::size_t end) {
+  std::ostringstream digits;
+  const auto* word = static_cast<const std::uint32_t*>(record);
+  for (std::size_t at = begin; at < end; at += 4) digits << std::hex << word[at / 4] << " ";
+  return digits.str();
+}
 
 TEST_F(Rooms, DescribeTheModule) {
   EXPECT_EQ(v_global_gcb_anchor, host_.control_block());
+  EXPECT_EQ(v_global_pidb_anchor, &process_block_);
   EXPECT_EQ(Exported_TKHandle, host_.control_block()->services);
-  const auto bytes = [this](std::size_t offset, std::size_t size) {
-    return std::string(reinterpret_cast<const char*>(information_) + offset, size);
-  };
-  EXPECT_EQ(bytes(0, 24), std::string("KEL_Image_Information=\0\0", 24));
-  EXPECT_EQ(bytes(24, 16), std::string("\xED\xEB\xBD\xB0\0\0\0\0\x8\0\0\0\0\0\0\0", 16));
-  EXPECT_EQ(bytes(80, 16), std::string(16, '\0'));
-  EXPECT_EQ(bytes(112, 8), std::string("001\0\0\0\0\0", 8));
-  const ProgramName* const* programs = information_->programs;
-  EXPECT_STREQ(programs[0]->name, "uwugit_p");
-  EXPECT_EQ(programs[0]->entry, reinterpret_cast<void*>(uwugit_p));
-  EXPECT_EQ(programs[1], nullptr);
-  const std::uint64_t bookkeeping[] = {0xFFFFFFFFFFFF0000, 1024, 1024, 1, 9683, 37851260, 15};
-  const std::size_t offsets[] = {0, 8, 16, 48, 56, 64, 72};
-  for (std::size_t i = 0; i < std::size(offsets); ++i) {
-    std::uint64_t word;
-    std::memcpy(&word, reinterpret_cast<const char*>(programs[0]) + offsets[i], sizeof word);
-    EXPECT_EQ(word, bookkeeping[i]) << offsets[i];
-  }
+  EXPECT_EQ(std::string(information_->tag, 24), std::string("KEL_Image_Information=\0\0", 24));
+  EXPECT_EQ(words(information_, 24, 40), "b0bdebed 0 8 0 ");
+  EXPECT_EQ(words(information_, 80, 96) + words(information_, 112, 120), "0 0 0 0 313030 0 ");
+  const ProgramName* program = information_->programs[0];
+  EXPECT_EQ(words(program, 0, 40), "ffff0000 ffffffff 400 0 400 0 67757775 705f7469 0 0 ");
+  EXPECT_EQ(program->entry, reinterpret_cast<void*>(uwugit_p));
+  EXPECT_EQ(words(program, 48, 80), "1 0 25d3 0 241907c 0 f 0 ");
+  EXPECT_EQ(information_->programs[1], nullptr);
 }
 
-struct CountingAllocator : HostAllocator {
-  int calls = 0;
-  std::uint64_t flags = 0;
-  void *again = nullptr, *a4 = nullptr, *a5 = nullptr;
+// What the host's allocator was asked for last.
+struct KeepingAllocator : HostAllocator {
+  std::tuple<std::size_t, std::uint64_t, HostAllocator*, void*, void*> asked;
+  std::uint64_t memory[3] = {77, 0, 0};
 };
 
 TEST_F(Rooms, RegisterPullAndPush) {
-  CountingAllocator allocator;
-  static std::uint64_t memory[8];
-  allocator.allocate = [](HostAllocator* self, std::size_t bytes, std::uint64_t flags,
-                          HostAllocator* again, void* a4, void* a5) -> void* {
-    auto* counting = static_cast<CountingAllocator*>(self);
-    ++counting->calls;
-    counting->flags = flags;
-    counting->again = again;
-    counting->a4 = a4;
-    counting->a5 = a5;
-    std::memset(memory, 0xEE, sizeof memory);
-    EXPECT_LE(bytes, sizeof memory);
-    return memory;
+  KeepingAllocator allocator;
+  allocator.allocate = [](HostAllocator* self, auto... others) -> void* {
+    static_cast<KeepingAllocator*>(self)->asked = {others...};
+    return static_cast<KeepingAllocator*>(self)->memory;
   };
   host_.control_block()->allocator = &allocator;
-  int a4 = 0, a5 = 0;
-  const auto* table =
-      static_cast<DescriptorBlock*>(uwugit_p(1, nullptr, nullptr, nullptr, &a4, &a5));
-  EXPECT_EQ(allocator.flags, 0x2006u);
-  EXPECT_EQ(allocator.again, &allocator);
-  EXPECT_EQ(allocator.a4, &a4);
-  EXPECT_EQ(allocator.a5, &a5);
-  ASSERT_EQ(table->count, 2u);
-  const char* names[] = {"GIT_PULL", "GIT_PUSH"};
-  for (int i = 0; i < 2; ++i) {
-    char row[56] = {};
-    std::strcpy(row, names[i]);
-    row[28] = 1;
-    row[30] = 7;
-    row[32] = 'B';
-    std::memcpy(row + 48, "\x92\x24\x05\x00", 4);
-    EXPECT_EQ(std::memcmp(&table->descriptors[i], row, sizeof row), 0) << i;
-  }
-  const auto* words = static_cast<HostFunction**>(uwugit_p(2, nullptr, nullptr, nullptr, &a4, &a5));
-  EXPECT_EQ(words[1], do_pull);
-  EXPECT_EQ(words[2], do_push);
-  EXPECT_EQ(memory[0], 0xEEEEEEEEEEEEEEEE) << "the first word is the host's";
-  for (const int mode : {0, 3, -1})
-    EXPECT_EQ(uwugit_p(mode, nullptr, nullptr, nullptr, &a4, &a5), nullptr);
-  EXPECT_EQ(allocator.calls, 2);
-}
+  int a4, a5;
+  const auto ask = [&](int mode) { return uwugit_p(mode, nullptr, nullptr, nullptr, &a4, &a5); };
+  EXPECT_EQ(ask(2), allocator.memory);
+  EXPECT_EQ(allocator.asked, std::tuple(24, 0x2006, &allocator, &a4, &a5));
+  EXPECT_EQ(allocator.memory[0], 77u) << "the first word is the host's";
+  EXPECT_EQ(allocator.memory[1], reinterpret_cast<std::uint64_t>(do_pull));
+  EXPECT_EQ(allocator.memory[2], reinterpret_cast<std::uint64_t>(do_push));
+  const auto* table = static_cast<DescriptorBlock*>(ask(1));
+  EXPECT_EQ(allocator.asked, std::tuple(16, 0x2006, &allocator, &a4, &a5));
+  EXPECT_EQ(words(table, 0, 8), "2 0 ");
+  EXPECT_EQ(words(table->descriptors, 0, 112),
+            "5f544947 4c4c5550 0 0 0 0 0 70001 42 0 0 0 52492 0 "
+            "5f544947 48535550 0 0 0 0 0 70001 42 0 0 0 52492 0 ");
 
-TEST_F(Rooms, EndTheRunWhenTheHostHasNoMemory) {
-  HostAllocator empty{[](HostAllocator*, std::size_t, std::uint64_t, HostAllocator*, void*,
-                         void*) -> void* { return nullptr; }};
-  host_.control_block()->allocator = &empty;
+  allocator.allocate = [](auto...) -> void* { return nullptr; };
+  for (const int mode : {0, 3, -1}) EXPECT_EQ(ask(mode), nullptr);
+  log_.clear();
   host_.log().reset_sink();
-  const char* message = "ERROR: The module ran out of memory. The run ends with code 1016.";
-  EXPECT_EXIT(uwugit_p(1, nullptr, nullptr, nullptr, nullptr, nullptr), testing::ExitedWithCode(70),
-              message);
-  EXPECT_EXIT(set_sysmsg(5), testing::ExitedWithCode(70), message);
+  const auto ends = testing::ExitedWithCode(70);
+  for (const int mode : {1, 2}) EXPECT_EXIT(ask(mode), ends, "out of memory. .* code 1016");
+  EXPECT_EXIT(set_sysmsg(5), ends, "out of memory. .* code 1016");
 }
 
 TEST_F(Rooms, PublishReturnCodesAsMacroVariables) {
-  const struct {
-    int code;
-    std::int64_t number;
-  } rows[] = {{0, 0},
-              {0x00400000, 0},
-              {0x801, -1},
-              {0x40000801, -1},
-              {(3 << 11) | 7, -30007},
-              {static_cast<int>(0x80000000u | (3 << 11) | 7), 30007}};
-  for (const auto& row : rows) {
-    set_sysmsg(row.code);
-    EXPECT_EQ(function_library->work_area->message_number, row.number) << row.code;
-    EXPECT_EQ(host_.macros().get("SYSRC"), host::MacroVariables::Value(double(row.code)));
-    const auto text = std::get<std::string>(*host_.macros().get("SYSMSG"));
-    EXPECT_EQ(text.empty(), row.code == 0);
+  const std::pair<unsigned, std::int64_t> rows[] = {
+      {0x7FC00000, 0},       {0, 0}, {0x801, -1}, {0x40000801, -1}, {(3 << 11) | 7, -30007},
+      {0x803FFFFF, 20472047}};
+  for (const auto& [bits, number] : rows) {
+    const int code = static_cast<int>(bits);
+    set_sysmsg(code);
+    EXPECT_EQ(function_library->work_area->message_number, number) << code;
+    EXPECT_EQ(host_.macros().get("SYSRC"), host::MacroVariables::Value(double(code)));
+    const std::string text = code == 0 ? "" : host_.files().message(code);
+    EXPECT_EQ(host_.macros().get("SYSMSG"), host::MacroVariables::Value(text));
   }
 }
 
 TEST_F(Rooms, DecodePasswordsInPlaceAndWipeTheRest) {
-  const auto decode = [](const std::string& text) {
-    std::vector<char> buffer(kDecodedGrowth * text.size() + 1, '#');
-    std::memcpy(buffer.data(), text.data(), text.size());
-    std::size_t length = text.size();
-    const int status = zkeldec(buffer.data(), &length);
-    return std::tuple(
-        status, std::string(buffer.data(), length),
-        std::string(buffer.begin() + static_cast<std::ptrdiff_t>(length), buffer.end()));
+  const auto check = [this](const std::string& given, const std::optional<std::string>& expected) {
+    std::string buffer = given + std::string(3 * given.size() + 1, '#');
+    std::string after = expected.value_or(buffer);
+    after.resize(buffer.size());
+    std::size_t length = given.size();
+    EXPECT_EQ(zkeldec(buffer.data(), &length) == 0, expected.has_value()) << given;
+    EXPECT_EQ(length, expected.value_or(given).size());
+    EXPECT_EQ(buffer, after);
+    EXPECT_EQ(host_.pools().counters().pools, 0u);
   };
-  for (const std::string password : {"secret", "", "p%ss \xffw"}) {
-    const auto [status, text, rest] = decode(host_.passwords().encode(password));
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(text, password);
-    EXPECT_EQ(rest, std::string(rest.size(), '\0')) << "the encoded form is gone";
-  }
-  for (const char* plain : {"secret", "", "{uwugit1}", "{uwugit1}notbase64!", "{uwugit1}AAAA"}) {
-    const auto [status, text, rest] = decode(plain);
-    EXPECT_NE(status, 0) << plain;
-    EXPECT_EQ(text, plain);
-  }
-  EXPECT_EQ(host_.pools().counters().pools, 0u);
+  for (const char* password : {"secret", ""}) check(host_.passwords().encode(password), password);
+  for (const char* plain : {"secret", "", "{uwugit1}AAAA"}) check(plain, std::nullopt);
 
-  auto vectors = std::vector<const HostOperation*>(1024);
-  std::copy_n(host_.control_block()->vectors, 1024, vectors.begin());
-  const HostOperation* const* before =
-      std::exchange(host_.control_block()->vectors, vectors.data());
-  static const HostOperation empty[512] = {};
-  for (const HostOperation* vector : {static_cast<const HostOperation*>(nullptr), empty}) {
-    vectors[516] = vector;
-    EXPECT_NE(std::get<0>(decode("secret")), 0) << "a host without a decoder";
-  }
-  host_.control_block()->vectors = before;
+  static std::int64_t decoded_length;
+  replace<operation::omidcrp>(operation_number::omidcrp, [](HostPool* pool, auto, auto,
+                                                            char** decoded, std::int64_t* length) {
+    EXPECT_EQ(host::Host::current()->pools().describe()[0].name, "ZKELDEC");
+    *decoded = static_cast<char*>(std::memset(pool->allocate(pool, 9, 0), 'd', 9));
+    *length = decoded_length;
+    return 0;
+  });
+  for (decoded_length = 0; decoded_length <= 8; ++decoded_length)
+    check("ab", std::string(static_cast<std::size_t>(decoded_length), 'd'));
+  for (decoded_length = 9; decoded_length > 0; decoded_length -= 10) check("ab", std::nullopt);
+  replace<operation::omidcrp>(operation_number::omidcrp, nullptr);
+  check("secret", std::nullopt);
+  const_cast<const HostOperation**>(host_.control_block()->vectors)[516] = nullptr;
+  check("secret", std::nullopt);
 }
 
-TEST_F(Rooms, KeepStatusObjectsInOrder) {
+TEST_F(Rooms, RefuseALibgit2WhoseRecordsTheyDoNotKnow) {
+  EXPECT_TRUE(is_supported_libgit2(make_git())) << "a library that does not tell its version";
+  EXPECT_FALSE(refuses_null_arguments(make_git()));
+  for (const auto& [minor, is_right] :
+       {std::pair(1, true), {2, true}, {9, true}, {0, false}, {10, false}}) {
+    EXPECT_EQ(is_supported_libgit2(make_git(1, minor, 1 << 10)), is_right) << minor;
+    EXPECT_EQ(refuses_null_arguments(make_git(1, minor)), minor >= 2) << minor;
+  }
+  for (const int major : {0, 2}) EXPECT_FALSE(is_supported_libgit2(make_git(major, 5)));
+  EXPECT_FALSE(is_supported_libgit2(make_git(1, 8, 1 << 11)));
+  std::string errors;
+  for (const char* name : {"1.0.3", "1.10.3", "0.5.3", "2.5.3"})
+    errors += std::string("ERROR: libgit2 ") + name +
+              " cannot be used. Versions 1.1 to 1.9 are supported.\n";
+  EXPECT_EQ(
+      log_.text(),
+      errors +
+          "ERROR: libgit2 1.8.3 cannot be used. It was built with experimental SHA-256 support.\n");
+}
+
+TEST_F(Rooms, GiveUpWithoutAUsableLibgit2) {
+  static std::string calls;
+  static int answer;
+  host_.control_block()->services->load_module = [](auto...) { return make_git(); };
+  made_up[L"git_libgit2_init"] = address(+[] {
+    calls += "init ";
+    return answer;
+  });
+  made_up[L"git_libgit2_shutdown"] = address(+[] {
+    calls += "shutdown ";
+    return 0;
+  });
+  for (const auto& [minor, expected] : {std::pair(9, "init shutdown "), {10, ""}}) {
+    make_git(1, minor);
+    for (answer = -1; answer < 1; ++answer) {
+      double result = 99;
+      EXPECT_EQ(get_status(host::Arguments().text("repo").block(), &result), 0);
+      EXPECT_EQ(result, -1);
+      EXPECT_EQ(std::exchange(calls, ""), expected);
+    }
+  }
+  EXPECT_NE(log_.text().find("are supported.\nERROR: Unable to load libgit2 module.\n"),
+            std::string::npos);
+}
+
+TEST_F(Rooms, ReportTheLastErrorOfAnyLibgit2) {
+  static const git_error* last;
+  char text[] = "what went wrong: %s %n";
+  EXPECT_EQ(log_git_error(make_git()), 0);
+  made_up[L"git_error_last"] = address(+[] { return last; });
+  EXPECT_EQ(log_git_error(make_git()), -1);
+  git_error error{text, 0};  // as 1.8 and later have it when there is none
+  last = &error;
+  EXPECT_EQ(log_git_error(make_git()), -1);
+  error.klass = 2;
+  EXPECT_EQ(log_git_error(make_git()), 2);
+  const std::string none = "ERROR: No detailed error info available.\n";
+  EXPECT_EQ(log_.text(),
+            none + none + "ERROR: Return code from GIT is (2). what went wrong: %s %n\n");
+}
+
+// The compiled records tell where the fields are; before 1.2 the payload lay elsewhere.
+TEST_F(Rooms, PrepareTransfersOfEveryVersion) {
+  const auto callback = reinterpret_cast<git_credential_acquire_cb>(0x1234);
+  int payload = 0;
+  TransferOptions options;
+  const auto* fetch = reinterpret_cast<git_fetch_options*>(options.bytes);
+  const auto* push = reinterpret_cast<git_push_options*>(options.bytes);
+  const auto* clone = reinterpret_cast<git_clone_options*>(options.bytes);
+  static int answer;
+  for (const auto& [transfer, init, callbacks, one] :
+       {std::tuple(Transfer::kFetch, L"git_fetch_options_init", &fetch->callbacks,
+                   &fetch->proxy_opts.version),
+        {Transfer::kPush, L"git_push_options_init", &push->callbacks, &push->pb_parallelism},
+        {Transfer::kClone, L"git_clone_options_init", &clone->fetch_opts.callbacks,
+         &clone->checkout_opts.version}}) {
+    made_up[init] = address(+[](int* record, unsigned number) {
+      *record = 40 + static_cast<int>(number);
+      return answer;
+    });
+    for (const int minor : {1, 2}) {
+      for (answer = 0; answer > -2; --answer) {
+        std::memset(&options, 0xEE, sizeof options);
+        prepare_transfer(make_git(1, minor), transfer, &options, callback, &payload);
+        EXPECT_EQ(fetch->version, answer == 0 ? 41 : 1);
+        EXPECT_EQ(*one, answer == 0 ? 0u : 1u);
+        EXPECT_EQ(callbacks->credentials, callback);
+        EXPECT_EQ(*(&callbacks->payload - (minor < 2)), &payload);
+        EXPECT_EQ(options.bytes[sizeof options - 1], 0) << "room for later versions";
+      }
+    }
+  }
+}
+
+// Each release function with and without its libgit2 function, with and without an object.
+TEST_F(Rooms, ReleaseWhatTheyCan) {
+  static int released;
+#define OF(kind, name) std::pair(address(free_git_##kind), L"git_" #name "_free")
+  const auto kinds = {OF(repo, repository),
+                      OF(tree, tree),
+                      OF(commit, commit),
+                      OF(signature, signature),
+                      OF(remote, remote),
+                      OF(reference, reference),
+                      OF(annotated_commit, annotated_commit),
+                      OF(rebase, rebase),
+                      OF(diff, diff),
+                      OF(revwalk, revwalk),
+                      OF(index, index),
+                      OF(object, object),
+                      OF(index_conflict_iterator, index_conflict_iterator),
+                      OF(status_list, status_list)};
+  for (const auto& kind : kinds) {
+    auto* release = reinterpret_cast<void (*)(void*, GitModule*)>(kind.first);
+    released = 0;
+    release(&released, make_git());
+    made_up[kind.second] = address(+[](void*) { ++released; });
+    EXPECT_EQ(released, 0) << "without the function";
+    release(&released, make_git());
+    release(nullptr, make_git());
+    EXPECT_EQ(released, &kind - kinds.begin() < 7 ? 2 : 1) << "the first seven pass null on";
+  }
+}
+
+TEST_F(Rooms, KeepResultObjectsInOrder) {
   RepoStatus* b = insertRepoStatusAtTail("b");
   RepoStatus* c = insertRepoStatusAtTail("c");
-  RepoStatus* a = insertRepoStatusAtHead("a");
-  EXPECT_EQ(headStatus, a);
-  EXPECT_EQ(a->next, b);
-  EXPECT_EQ(c->prev, b);
+  insertRepoStatusAtHead("a");
+  const auto order = [] {
+    std::string paths;
+    for (RepoStatus* it = headStatus; it; it = it->next) {
+      EXPECT_EQ(it->prev ? it->prev->next : headStatus, it);
+      paths += it->path;
+    }
+    return paths;
+  };
+  EXPECT_EQ(order(), "abc");
   EXPECT_EQ(findRepoStatusObject("b  "), b);
   EXPECT_EQ(findRepoStatusObject("B"), nullptr);
-
   workingRepoStatus = b;
-  insertGitStatusEntryAtHead("two", "new", kStaged);
-  insertGitStatusEntryAtTail("three", "new", kStaged);
-  EXPECT_STREQ(status_entry(b, 1)->path, "two");
-  insertGitStatusEntryAtHead("one", "new", kNotStaged);
-  const char* expected[] = {"one", "two", "three"};
-  for (int i = 1; i <= 3; ++i) EXPECT_STREQ(status_entry(b, i)->path, expected[i - 1]);
-  EXPECT_EQ(status_entry(b, 4), nullptr);
-  EXPECT_EQ(status_entry(b, 0), nullptr);
-
+  insertGitStatusEntryAtHead("2", "new", kStaged);
+  insertGitStatusEntryAtTail("3", "new", kStaged);
+  EXPECT_STREQ(status_entry(b, 1)->path, "2");
+  insertGitStatusEntryAtTail("4", "new", kStaged);
+  insertGitStatusEntryAtHead("1", "new", kNotStaged);
+  for (int i = 1; i <= 4; ++i) EXPECT_EQ(status_entry(b, i)->path, std::to_string(i));
+  for (const int none : {0, 5}) EXPECT_EQ(status_entry(b, none), nullptr);
   EXPECT_EQ(free_repo_status("b"), 0);
   EXPECT_EQ(workingRepoStatus, nullptr);
-  EXPECT_EQ(a->next, c);
-  EXPECT_EQ(c->prev, a);
-  EXPECT_EQ(free_repo_status("a"), 0);
-  EXPECT_EQ(headStatus, c);
+  EXPECT_EQ(order(), "ac");
   EXPECT_EQ(free_repo_status("none"), 1);
   c->pool->destroy = [](HostPool*) { return 1; };
   EXPECT_EQ(free_repo_status("c"), -2);
-  EXPECT_EQ(headStatus, nullptr);
+  EXPECT_EQ(free_repo_status("a "), 0);
+  EXPECT_EQ(order(), "");
 }
 
-// A node put at the head is linked in front of the first and does not become it, and a list begun
-// that way has no last node.
-TEST_F(Rooms, KeepTheHeadOfALogWhereItIs) {
-  RepoLog* log = insertRepoLogAtTail(host_.pools().create("log"), "repo");
-  workingRepoLogObject = log;
-  CommitGraphNode first{}, second{}, third{}, front{};
-  insertCommitGraphNodeAtHead(&first);
-  insertCommitGraphNodeAtTail(&second);
-  insertCommitGraphNodeAtTail(&third);
-  insertCommitGraphNodeAtHead(&front);
-  EXPECT_EQ(log->first, &first);
-  EXPECT_EQ(log->last, nullptr);
-  EXPECT_EQ(first.prev, &front);
-  EXPECT_EQ(front.next, &first);
-  EXPECT_EQ(history_entry(log, 3), &third);
-  EXPECT_EQ(history_entry(log, 4), nullptr);
-  EXPECT_EQ(free_repo_log("repo"), 0);
-  EXPECT_EQ(free_repo_log("repo"), 0) << "also when there is none";
-  EXPECT_EQ(headLogObject, nullptr);
+// A record put at the head is linked in front of the first and does not become it, and a list begun
+// that way has no last record.
+TEST_F(Rooms, KeepTheFirstRecordWhereItIs) {
+  workingRepoLogObject = insertRepoLogAtTail(host_.pools().create("log"), "repo");
+  char keys[3][2] = {"R", "A", "B"};
+  workingDiffObject = insertDiffObjectAtTail(keys[0], keys[1], keys[2]);
+  const auto check = [](auto* owner, auto& first, auto& last, auto at_head, auto at_tail, auto at) {
+    static std::remove_reference_t<decltype(*first)> records[4];
+    at_head(&records[0]);
+    at_tail(&records[1]);
+    EXPECT_EQ(at(owner, 2), &records[1]);
+    at_tail(&records[2]);
+    at_head(&records[3]);
+    for (int i = 0; i <= 4; ++i) EXPECT_EQ(at(owner, i), i % 4 == 0 ? nullptr : &records[i - 1]);
+    EXPECT_EQ(last, nullptr);
+    EXPECT_EQ(records[0].prev, &records[3]);
+    EXPECT_EQ(records[2].prev, &records[1]);
+    first = nullptr;
+    for (int i = 0; i < 2; ++i) at_tail(&records[i]);
+    EXPECT_EQ(last, &records[1]);
+    EXPECT_EQ(records[1].prev, first);
+    EXPECT_EQ(records[0].prev, nullptr);
+  };
+  check(workingRepoLogObject, workingRepoLogObject->first, workingRepoLogObject->last,
+        insertCommitGraphNodeAtHead, insertCommitGraphNodeAtTail, history_entry);
+  check(workingDiffObject, workingDiffObject->firstFile, workingDiffObject->lastFile,
+        insertDiffFileObjectAtHead, insertDiffFileObjectAtTail, diff_file);
 }
 
 }  // namespace

@@ -92,9 +92,10 @@ TEST_F(Store, KeepsTheHeadOfADiffWhereItIs) {
   EXPECT_EQ(numbered(), "ABC");
   EXPECT_TRUE(diff->firstFile == &files[0] && !diff->lastFile && files[2].prev == &files[1]);
   EXPECT_TRUE(files[0].prev == &files[3] && files[3].next == &files[0] && !files[3].prev);
-  EXPECT_TRUE(!findDiffFileObject("D") && findDiffFileObject("C  ") == &files[2]);
   files[1].name = nullptr;
   EXPECT_EQ(findDiffFileObject("C"), nullptr) << "a file without a name ends the search";
+  files[1].name = b_;
+  EXPECT_TRUE(!findDiffFileObject("D") && findDiffFileObject("C  ") == &files[2]);
 
   diff->firstFile = nullptr;
   for (int i : {3, 2}) insertDiffFileObjectAtTail(&files[i]);

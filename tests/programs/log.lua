@@ -39,17 +39,17 @@ for branch in left right third; do git switch --quiet --create $branch main; com
 git switch --quiet main; commit "on main" -25
 GIT_COMMITTER_DATE="1700000200 +0130" git merge --quiet --no-edit --no-ff left
 GIT_COMMITTER_DATE="1700000210 +0130" git merge --quiet --no-edit --no-ff right third
-git tag light third; git switch --quiet --detach left; commit "older than its parent" -50
-git tag --annotate --message t annotated; commit "only origin has it" 300; git update-ref refs/remotes/origin/topic HEAD
+git switch --quiet --detach left; commit "older than its parent, only tagged" -50; git tag --annotate --message t annotated
+git switch --quiet --detach third; commit "only origin has it" 300; git update-ref refs/remotes/origin/topic HEAD
 git switch --quiet main; echo staged >file; git add file; git tag of-a-file :file; unset GIT_COMMITTER_DATE
 git stash --quiet]]
 compare(git.get_commit_log(repo))
-run "git stash drop --quiet; git switch --quiet --detach light~"
+run "git stash drop --quiet; git switch --quiet --detach third~; git commit --quiet --allow-empty --message detached"
 compare(git.get_commit_log(repo))
 
 -- Attributes have any spelling, and commits are counted from 1.
-for _, name in ipairs { "author", "Email   ", "IDS", "GRAPH_COLUMN" } do git.get_commit_attribute(1, repo, name) end
-for _, number in ipairs { 0, 0 / 0, -1, 13, 12.9, 1e300 } do git.get_commit_attribute(number, repo, "MESSAGE") end
+for _, name in ipairs { "author", "Email   ", "IDS", "GRAPH_COLUMN" } do git.get_commit_attribute(2, repo, name) end
+for _, number in ipairs { 0, 0 / 0, -1, 14, 13.9, 1e300 } do git.get_commit_attribute(number, repo, "MESSAGE") end
 
 -- A history stays until it is freed or replaced. What cannot be walked leaves the earlier one.
 local other = folder .. "/other"

@@ -34,7 +34,7 @@ run "git branch before; git merge --quiet --no-edit feature/ветка; git bran
 write("kept", "mine\n")
 merge "feature/ветка"
 show [[git diff --stat merged-by-git HEAD; git log -1 --format='%an %ae %cn %ce%n%B'
-git rev-parse HEAD^@ before feature/ветка]]
+git rev-parse HEAD^@ before feature/ветка; git cat-file commit HEAD | grep UTF]]
 
 -- Work in the way is spared. The kind of the branch is the user's to say.
 run "git checkout --quiet kept"

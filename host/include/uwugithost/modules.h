@@ -55,6 +55,7 @@ class ModuleLoader {
   const SearchLists& lists() const { return lists_; }
   void set_lists(SearchLists lists);
   void set_lookup_hook(LookupHook hook) { hook_ = std::move(hook); }
+  const LookupHook& lookup_hook() const { return hook_; }
 
   // The file that a handle was loaded from.
   static const std::filesystem::path& file_of(const GitModule* module);
