@@ -45,13 +45,12 @@ HostString* output_argument(const HostArgumentBlock* arguments, int position) {
 
 PoolText::PoolText(HostPool* from, HostText original) : PoolText(from, "", original) {}
 
-PoolText::PoolText(HostPool* from, const char* prefix, HostText original) : pool(from) {
-  const std::size_t prefix_length = wzstlen(prefix);
+PoolText::PoolText(HostPool* from, std::string_view prefix, HostText original) : pool(from) {
   const auto rest = original.is_present() ? static_cast<std::size_t>(original.length) : 0;
-  length = prefix_length + rest;
+  length = prefix.size() + rest;
   text = static_cast<char*>(pool->allocate(pool, length + 1, 0));
-  std::memcpy(text, prefix, prefix_length);
-  if (rest > 0) std::memcpy(text + prefix_length, original.characters, rest);
+  if (!prefix.empty()) std::memcpy(text, prefix.data(), prefix.size());
+  if (rest > 0) std::memcpy(text + prefix.size(), original.characters, rest);
   text[length] = '\0';
 }
 

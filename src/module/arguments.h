@@ -4,6 +4,8 @@
 // vouches for the others.
 #pragma once
 
+#include <string_view>
+
 #include "uwugit/host_abi.h"
 
 namespace uwugit {
@@ -29,7 +31,7 @@ HostString* output_argument(const HostArgumentBlock* arguments, int position);
 // without characters becomes an empty string.
 struct PoolText {
   PoolText(HostPool* from, HostText original);
-  PoolText(HostPool* from, const char* prefix, HostText original);  // the text behind the prefix
+  PoolText(HostPool* from, std::string_view prefix, HostText original);  // behind the prefix
   ~PoolText();
   PoolText(const PoolText&) = delete;
   PoolText& operator=(const PoolText&) = delete;
