@@ -121,7 +121,7 @@ bool write_external_file(const RepoCall& call, const MeasuredDiffFile* file) {
 
 // Hands the file's records out of the working object. False only when the external file failed.
 bool hand_out(const RepoCall& call, const PoolText& name) {
-  const auto* file = static_cast<const MeasuredDiffFile*>(findDiffFileObject(name.text));
+  const MeasuredDiffFile* file = file_named(workingDiffObject, name.text);
   if (!file) {
     call.fail(message::kFileNotInDiff, name.text);
     return true;

@@ -153,7 +153,7 @@ void open_content(OpenDiffFile* open, MeasuredDiffFile* file) {
 [[gnu::noinline]] int take_line_of_another_file(const git_diff_delta* delta,
                                                 const git_diff_line* line) {
   OpenDiffFile* open = open_file(workingDiffObject);
-  auto* file = static_cast<MeasuredDiffFile*>(findDiffFileObject(delta->new_file.path));
+  MeasuredDiffFile* file = file_named(workingDiffObject, delta->new_file.path);
   const bool is_new = !file;
   if (is_new) file = add_file(delta);
   if (file != open->file) {

@@ -248,8 +248,9 @@ bool set_up_walk(const RepoCall& call, git_revwalk** revwalk, git_reference** st
     return false;
   }
   if (required(GIT(call, git_revwalk_push_head), *revwalk) < 0) return false;
+  auto* push_glob = GIT(call, git_revwalk_push_glob);
   for (const char* glob : kPushedGlobs) {
-    if (required(GIT(call, git_revwalk_push_glob), *revwalk, glob) < 0) return false;
+    if (required(push_glob, *revwalk, glob) < 0) return false;
   }
   if (required(GIT(call, git_reference_lookup), stash, repo, kStashReference) == 0) {
     if (required(GIT(call, git_revwalk_push_ref), *revwalk, kStashReference) < 0) return false;

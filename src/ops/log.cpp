@@ -76,7 +76,7 @@ int get_commit_attribute(const HostArgumentBlock* arguments, double*) {
   HostPool* pool = create_pool(kGetCommitAttributePool);
   PoolText path(pool, text_argument(arguments, 1));
   PoolText name(pool, text_argument(arguments, 2));
-  RepoLog* history = select_history(path.text);
+  RepoLog* history = select_history(path);
   if (!history) {
     // Kept as it is: the pool then holds two blocks, so that a host cannot recycle it. Callers that
     // read without a history in a loop pay with a pool for each call.

@@ -144,7 +144,7 @@ int get_status_attribute(const HostArgumentBlock* arguments, double* result) {
   HostPool* pool = create_pool(kGetStatusAttributePool);
   const PoolText path(pool, text_argument(arguments, 1));
   const PoolText name(pool, text_argument(arguments, 2));
-  RepoStatus* status = select_status(path.text);
+  RepoStatus* status = select_status(path);
   if (!status) {
     *result = kNoStatusObjects;
     xpslog(message::kNoStatusObjects);

@@ -89,8 +89,12 @@ void insertDiffFileObjectAtTail(DiffFileObject* file) {
 }
 
 DiffFileObject* findDiffFileObject(std::string_view name) {
-  StoredDiffObject* diff = stored(workingDiffObject);
-  return diff->names.find(name, diff->firstFile, diff->pool);
+  return find_by<&DiffFileObject::name>(name, workingDiffObject->firstFile);
+}
+
+MeasuredDiffFile* file_named(DiffObject* diff, std::string_view name) {
+  return static_cast<MeasuredDiffFile*>(
+      stored(diff)->names.find(name, diff->firstFile, diff->pool));
 }
 
 const MeasuredDiffFile* diff_file(DiffObject* diff, std::int64_t number) {

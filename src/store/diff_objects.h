@@ -52,8 +52,11 @@ int free_diffObject(char* key1, char* key2, char* key3);
 // stays the first: a walk from the first, a search and the numbers do not meet it.
 void insertDiffFileObjectAtHead(DiffFileObject* file);
 void insertDiffFileObjectAtTail(DiffFileObject* file);
-// The first file of that name (trailing blanks insignificant), or null. Costs the same for any.
+// The first file of that name (trailing blanks insignificant), by a walk; null when there is none.
 DiffFileObject* findDiffFileObject(std::string_view name);
+
+// The same without a walk, where files keep their names.
+MeasuredDiffFile* file_named(DiffObject* diff, std::string_view name);
 
 // The file with that number, counted from 1, or null. Costs the same for every number.
 const MeasuredDiffFile* diff_file(DiffObject* diff, std::int64_t number);

@@ -36,10 +36,8 @@ RepoLog* findRepoLogObject(std::string_view path) {
   return find_by<&RepoLog::path>(path, headLogObject);
 }
 
-RepoLog* select_history(std::string_view path) {
-  RepoLog* history = workingRepoLogObject;
-  if (history && is_same_text({history->path, stored(history)->path_length}, path)) return history;
-  return workingRepoLogObject = findRepoLogObject(path);
+RepoLog* select_history(const PoolText& path) {
+  return select_by_path<StoredRepoLog>(&workingRepoLogObject, headLogObject, path);
 }
 
 int free_repo_log(std::string_view path) {

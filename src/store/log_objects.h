@@ -5,6 +5,7 @@
 
 #include <string_view>
 
+#include "module/arguments.h"
 #include "uwugit/records.h"
 
 namespace uwugit {
@@ -23,7 +24,7 @@ RepoLog* insertRepoLogAtTail(HostPool* pool, std::string_view path);
 RepoLog* findRepoLogObject(std::string_view path);
 
 // The same, made the working object. Costs no search when it is that already.
-RepoLog* select_history(std::string_view path);
+RepoLog* select_history(const PoolText& path);
 
 // Frees the object of that path with all its nodes: 0, also when there is none; 1 when its pool
 // could not be destroyed.

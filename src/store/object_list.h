@@ -2,13 +2,14 @@
 // global, own a pool, and are found by walking forwards; an object's own records stand in such a
 // list as well.
 //
-// Each store offers the same set of routines. No operation calls those that are named …AtHead, the
-// findCommitGraphNode among them belongs to the set too: they stay, as the stores are complete with
-// them, and tests use them.
+// Each store offers the whole set of routines. No operation calls those named …AtHead,
+// findCommitGraphNode and findDiffFileObject; they stay because the set is not complete without
+// them.
 #pragma once
 
 #include <string_view>
 
+#include "module/arguments.h"
 #include "module/pool.h"
 #include "support/strings.h"
 
@@ -83,6 +84,17 @@ Record* find_by(std::string_view wanted, Record* first) {
   Record* record = first;
   while (record && record->*key && !is_same_text(record->*key, wanted)) record = record->next;
   return record && record->*key ? record : nullptr;
+}
+
+// The object of that path, made the working one, or null. A path ends at its NUL, but comparing the
+// working object with all of it needs no measuring.
+template <class Stored, class Object>
+Object* select_by_path(Object** working, Object* head, const PoolText& path) {
+  if (auto* object = static_cast<Stored*>(*working)) {
+    const std::string_view known(object->path, object->path_length);
+    if (is_same_text(known, {path.text, path.length})) return object;
+  }
+  return *working = find_by<&Object::path>(path.text, head);
 }
 
 template <class Object>

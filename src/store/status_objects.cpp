@@ -43,10 +43,8 @@ RepoStatus* findRepoStatusObject(std::string_view path) {
   return find_by<&RepoStatus::path>(path, headStatus);
 }
 
-RepoStatus* select_status(std::string_view path) {
-  RepoStatus* status = workingRepoStatus;
-  if (status && is_same_text({status->path, stored(status)->path_length}, path)) return status;
-  return workingRepoStatus = findRepoStatusObject(path);
+RepoStatus* select_status(const PoolText& path) {
+  return select_by_path<StoredRepoStatus>(&workingRepoStatus, headStatus, path);
 }
 
 int free_repo_status(std::string_view path) {

@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "module/arguments.h"
 #include "uwugit/records.h"
 
 namespace uwugit {
@@ -23,7 +24,7 @@ RepoStatus* insertRepoStatusAtTail(std::string_view path);
 RepoStatus* findRepoStatusObject(std::string_view path);
 
 // The same, made the working object. Costs no search when it is that already.
-RepoStatus* select_status(std::string_view path);
+RepoStatus* select_status(const PoolText& path);
 
 // Frees the object of that path with all its entries: 0; 1 when there is none; -2 when its pool
 // could not be destroyed.
