@@ -4,10 +4,10 @@ dofile((arg[0]:gsub("[^/]*$", "support/transcript.lua")))
 local attributes = { "ID", "PARENT_IDS", "CHILDREN_IDS", "STASH", "IN_CURRENT_BRANCH", "AUTHOR", "EMAIL", "COMMITTER",
   "COMMITTER_EMAIL", "TIME", "MESSAGE" }
 
--- Reads the whole history and tells each commit that is another one than git's. Git's date order,
+-- Reads the whole history up to the first commit of which git tells something else. Git's date order,
 -- no parent before all its children and else the newest first, is the module's too.
 local function compare(count)
-  local number, same, children, in_branch, stash = 0, 0, {}, run "git rev-list HEAD", run "git rev-parse --verify -q refs/stash || true"
+  local number, children, in_branch, stash = 0, {}, run "git rev-list HEAD", run "git rev-parse --verify -q refs/stash || true"
   local history = run("git log --date-order --branches --remotes --tags --format='%H%x01%P%x01%an|%ae|%cn|%ce|"
     .. (" "):rep(10) .. "%ct|%B%x02' HEAD " .. stash)
   for id, parents, texts in history:gmatch "(%x+)\1([%x ]*)\1([^\2]*)\2" do
@@ -18,9 +18,9 @@ local function compare(count)
     local told = {}
     for i, name in ipairs(attributes) do told[i] = select(2, untold.get_commit_attribute(number, repo, name)) end
     told = table.concat(told, "|")
-    if told == expected then same = same + 1 else print("told: " .. told .. "\ngit:  " .. expected) end
+    if told ~= expected then return print("told: " .. told .. "\ngit:  " .. expected) end
   end
-  print("git tells " .. number .. " commits, " .. same .. " in the same words")
+  print(number == count and "git tells the same of each" or "git tells " .. number .. " commits")
 end
 
 -- Branches, merges, tags, a remote-tracking branch, a stash, and commits that HEAD does not reach.
@@ -59,8 +59,10 @@ for _, path in ipairs { repo, other .. "  " } do git.get_commit_attribute(1, pat
 run "git -C ../other commit --quiet --allow-empty --message newer; git symbolic-ref HEAD refs/heads/many"
 for _, path in ipairs { other, repo, folder } do git.get_commit_log(path) end
 for _, path in ipairs { repo, other } do git.get_commit_attribute(1, path, "MESSAGE") end
-for _, path in ipairs { repo, repo, other } do git.free_commit_objects(path) end
-git.get_commit_attribute(1, repo, "ID")
+for _, path in ipairs { other, repo, repo } do
+  git.free_commit_objects(path)
+  git.get_commit_attribute(1, path, "ID")
+end
 
 -- A commit may have thousands of children, and thousands of parents, which all wait at one time.
 run [[

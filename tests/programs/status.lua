@@ -36,8 +36,7 @@ run "git init --quiet ../other; echo >../other/two; mkdir ../other/folder; echo 
 git.get_status(other)
 git.get_status_attribute(1, repo, "PATH")
 git.get_status(repo)
-git.get_status_attribute(1, repo, "PATH")
-git.get_status_attribute(1, other .. "  ", "PATH")
+for _, path in ipairs { other .. "  ", repo } do git.get_status_attribute(1, path, "PATH") end
 for _, path in ipairs { repo, repo, folder .. "/Other" } do git.free_status_objects(path) end
 for _, path in ipairs { repo, other } do git.get_status_attribute(1, path, "PATH") end
 for _, path in ipairs { folder .. "/none", other .. "/folder", "", "%n%s%z" } do git.get_status(path) end

@@ -11,14 +11,14 @@ namespace uwugit::test {
 namespace {
 
 std::string with_numbered_ids(const std::string& text) {
-  static const std::regex whole_or_short("\\b[0-9a-f]{12}([0-9a-f]{28})?\\b");
-  std::map<std::string, std::string> numbers;
+  const std::regex whole_or_short("\\b[0-9a-f]{12}([0-9a-f]{28})?\\b");
+  std::map<std::string, std::size_t> numbers;
   std::string numbered;
   auto rest = text.begin();
-  for (std::sregex_iterator it(text.begin(), text.end(), whole_or_short), end; it != end; ++it) {
-    const std::string next = "<id" + std::to_string(numbers.size() + 1) + ">";
-    numbered.append(rest, (*it)[0].first) += numbers.emplace(it->str(), next).first->second;
-    rest = (*it)[0].second;
+  for (std::sregex_iterator id(text.begin(), text.end(), whole_or_short), end; id != end; ++id) {
+    const std::size_t number = numbers.emplace(id->str(), numbers.size() + 1).first->second;
+    numbered.append(rest, (*id)[0].first) += "<id" + std::to_string(number) + ">";
+    rest = (*id)[0].second;
   }
   return numbered.append(rest, text.end());
 }
