@@ -1,7 +1,4 @@
 // Fetch, pull and push whatever the state of both sides, against a remote on this machine.
-#include <unistd.h>
-
-#include "support/leaks.h"
 #include "support/transfer_test.h"
 
 namespace uwugit::test {
@@ -27,10 +24,12 @@ TEST_F(Transfer, PullsWhateverArrived) {
                 "|Merge|No Email|Merge|No Email");
   EXPECT_EQ(read_file(work_ / "file"), "second\n");
 
+  git(work_, {"config", "merge.conflictStyle", "diff3"});
   commit_elsewhere("theirs\n");
   const std::string head = commit_here("file", "ours\n");
   EXPECT_EQ(answer("do_pull", work_), "-2 NOTE: Conflict in file: file\n$");
-  EXPECT_EQ(read_file(work_ / "file"), "<<<<<<< Local\nours\n=======\ntheirs\n>>>>>>> Remote\n");
+  EXPECT_EQ(read_file(work_ / "file"),
+            "<<<<<<< Local\nours\n||||||| Ancestor\nsecond\n=======\ntheirs\n>>>>>>> Remote\n");
   EXPECT_EQ(git(work_, {"rev-parse", "HEAD"}), head);
   state();  // no merge is in progress
   // What is committed now has one parent, so the same conflict comes back…
@@ -41,6 +40,14 @@ TEST_F(Transfer, PullsWhateverArrived) {
   EXPECT_EQ(code("do_pull", work_), "0");
   EXPECT_EQ(code("do_push", work_), "0");
   EXPECT_EQ(remote_main(), git(work_, {"rev-parse", "HEAD"}));
+
+  // A file that only they rename takes what we write.
+  git(other_, {"pull", "--quiet"});
+  git(other_, {"mv", "mine", "theirs"});
+  commit_elsewhere("renamed\n");
+  commit_here("mine", "mine\nmore\n");
+  EXPECT_EQ(code("do_pull", work_), "0");
+  EXPECT_EQ(read_file(work_ / "theirs"), "mine\nmore\n");
 }
 
 // Where a pull has nothing to merge or nowhere to put it, and what a push answers and logs there.
@@ -120,53 +127,6 @@ TEST_F(Transfer, IsRegisteredAsPullAndPush) {
   EXPECT_EQ(module_.registered().at("GIT_PUSH").descriptor.maximum_arguments, 7);
   EXPECT_EQ(host_.call(module_.find("GIT_PUSH"), one.block()).code, 0);
   EXPECT_EQ(remote_main(), ours);
-}
-
-// What each call answers and logs when libgit2 lacks a function that it looks up.
-TEST_F(Transfer, ToleratesAnyMissingFunction) {
-  const std::string none = " ERROR: No detailed error info available.\n",
-                    fetched = "NOTE: Fetch successful!\n";
-  const std::string opening =
-      "-1 ERROR: An error occurred while opening local repository '" + work_.string() + "'.\n";
-  const std::string merged = "0 NOTE: Merge 'FETCH_HEAD' into current branch 'main' successful.\n";
-  const struct {
-    std::string function;
-    std::string answer;
-    std::vector<const char*> missing;
-  } rows[] = {
-      {"do_clone", "-1" + none, {"git_clone"}},
-      {"do_clone", "0 ", {"git_clone_options_init", "git_repository_free"}},
-      {"do_fetch", "0" + none + fetched, {"git_libgit2_opts"}},
-      {"do_fetch", opening, {"git_repository_open"}},
-      {"do_fetch", "unchanged" + none, {"git_remote_lookup", "git_repository_head"}},
-      {"do_fetch", "0 " + fetched, {"git_remote_fetch", "git_fetch_options_init"}},
-      {"do_pull", "unchanged" + none, {"git_reference_name"}},
-      {"do_pull", "-3 ", {"git_remote_fetch"}},
-      {"do_pull", "0 ", {"git_repository_fetchhead_foreach"}},
-      {"do_pull", "0 ", {"git_annotated_commit_from_fetchhead"}},
-      {"do_pull", "-1" + none, {"git_merge_analysis", "git_repository_index", "git_merge"}},
-      {"do_pull", "-1" + none, {"git_branch_name", "git_commit_create"}},
-      {"do_pull", merged, {"git_annotated_commit_free", "git_remote_free"}},
-      {"do_push", "unchanged" + none, {"git_reference_name"}},
-      {"do_push", "0 NOTE: Push successful!\n", {"git_remote_push"}},
-  };
-  for (const auto& [function, expected, functions] : rows) {
-    for (const std::string missing : functions) {
-      const bool is_clone = function == "do_clone";
-      const Offer offer = {.certificate = missing == "git_libgit2_opts" ? "/none" : " "};
-      fs::remove_all(work_);
-      if (!is_clone) {
-        git(other_, {"reset", "--quiet", "--hard", "HEAD"});
-        clone_by_path();
-        commit_elsewhere("elsewhere " + missing);
-        commit_here("mine", missing);
-      }
-      hide_function(missing);
-      const LeaksOnPurpose leaks;
-      const std::string code = is_clone ? clone(bare_) : transfer(function, offer);
-      EXPECT_EQ(code + " " + logged(), expected) << function << " without " << missing;
-    }
-  }
 }
 
 }  // namespace
