@@ -83,7 +83,7 @@ using Secrets = Transfer;
 TEST_F(Secrets, AreGoneAfterTheCall) {
   const Secret secret(sandbox_.root());
   const Servers servers(servers_, bare_.parent_path(), secret.hash);
-  const fs::path locked = servers.file("user_ed25519");
+  const std::string locked = servers.file("user_ed25519");
   secret.lock(locked);
 
   HostPool* pool = host_.pools().create("control");
@@ -107,8 +107,8 @@ TEST_F(Secrets, AreGoneAfterTheCall) {
       {http, password("you"), "-3 "},
       {servers.url("https", "/none.git"), password("me"), "34 "},
       {"http://127.0.0.1:1/", password("me"), "2 "},
-      {ssh, key(me(), locked, secret.encoded), "0 "},
-      {ssh, key("you", locked, secret.encoded), "23 "},
+      {ssh, {me(), secret.encoded, locked + ".pub", locked}, "0 "},
+      {ssh, {"you", secret.encoded, locked + ".pub", locked}, "23 "},
   };
   write_file(known_hosts_, read_file(servers.file("known_ed25519")));
   for (const auto& row : rows) {

@@ -1,5 +1,5 @@
 // Clone, fetch, pull and push against real servers, checked with git at both ends, and against
-// faulty ones.
+// faulty ones. What happens on one machine is told in tests/programs/transfer.lua.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -13,6 +13,35 @@
 
 namespace uwugit::test {
 namespace {
+
+TEST_F(Transfer, RefusesARepositoryOfAnotherUserUntilItIsDeclaredSafe) {
+  clone_by_path();
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown(work_.c_str(), 65534, 65534), 0);
+  } else {
+    git(work_, {"config", "core.worktree", "/usr"});
+  }
+  EXPECT_EQ(code("do_fetch", work_), "-1");
+  git(sandbox_.root(), {"config", "--global", "safe.directory", work_.string()});
+  if (geteuid() != 0) git(sandbox_.root(), {"config", "--global", "safe.directory", "/usr/"});
+  EXPECT_EQ(code("do_fetch", work_), "0");
+}
+
+// As the host calls what the module registers, with any number of arguments.
+TEST_F(Transfer, IsRegisteredAsPullAndPush) {
+  clone_by_path();
+  commit_elsewhere("second\n");
+  host::Arguments all, one;
+  all.text(work_.string()).text("a").text("b").text(" ").text("c").text(" ").number(1.9);
+  one.text(work_.string());
+  EXPECT_EQ(module_.registered().at("GIT_PULL").descriptor.maximum_arguments, 7);
+  EXPECT_EQ(host_.call(module_.find("GIT_PULL"), all.block()).code, 0);
+  EXPECT_EQ(git(work_, {"rev-parse", "HEAD"}), remote_main());
+  const std::string ours = commit_here("mine", "mine\n");
+  EXPECT_EQ(module_.registered().at("GIT_PUSH").descriptor.maximum_arguments, 7);
+  EXPECT_EQ(host_.call(module_.find("GIT_PUSH"), one.block()).code, 0);
+  EXPECT_EQ(remote_main(), ours);
+}
 
 // A row of transport.txt, which tells what stands in it.
 struct Row {
@@ -227,16 +256,13 @@ TEST_F(FaultyTransport, OutlivesAServerThatHangsUp) {
   sigset_t pipe, mask, pending;
   sigemptyset(&pipe);
   sigaddset(&pipe, SIGPIPE);
-  const std::pair<std::string, bool> rows[] = {{"do_push", false},
-                                               {"do_clone", false},
-                                               {"do_fetch", false},
-                                               {"do_pull", false},
-                                               {"do_fetch", true}};
-  for (const auto& [function, is_held] : rows) {
+  std::size_t calls = 0;
+  for (const std::string function : {"do_push", "do_clone", "do_fetch", "do_pull", "do_fetch"}) {
+    const bool is_held = ++calls == 5;
+    const bool is_push = calls == 1;
     if (is_held) sigprocmask(SIG_BLOCK, &pipe, nullptr);
     if (is_held) raise(SIGPIPE);
-    const bool is_push = function == "do_push";
-    if (!is_push) commit_elsewhere(function + (is_held ? "again" : ""));
+    if (!is_push) commit_elsewhere(std::to_string(calls));
     const std::string service = is_push ? "receive-pack" : "upload-pack";
     std::string list = is_push ? "001f" : "001e";
     list += "# service=git-" + service + "\n0000";
@@ -249,8 +275,8 @@ TEST_F(FaultyTransport, OutlivesAServerThatHangsUp) {
     EXPECT_EQ(state(), before_);
     sigprocmask(SIG_BLOCK, nullptr, &mask);
     sigpending(&pending);
-    EXPECT_EQ(sigismember(&mask, SIGPIPE), is_held) << function;
-    EXPECT_EQ(sigismember(&pending, SIGPIPE), is_held) << function;
+    EXPECT_EQ(sigismember(&mask, SIGPIPE), is_held) << calls;
+    EXPECT_EQ(sigismember(&pending, SIGPIPE), is_held) << calls;
   }
 }
 

@@ -40,14 +40,10 @@ class Transfer : public ModuleTest {
   void clone_by_path() {
     git(sandbox_.root(), {"clone", "--quiet", bare_.string(), work_.string()});
   }
-  void set_origin(const std::string& url) { git(work_, {"remote", "set-url", "origin", url}); }
   std::string remote_main() { return git(bare_, {"rev-parse", "main"}); }
 
   // The user that runs the test, who is let in over SSH.
   static std::string me() { return getpwuid(geteuid())->pw_name; }
-  static Offer key(const std::string& user, const fs::path& file, const std::string& phrase = "") {
-    return {user, phrase, file.string() + ".pub", file.string()};
-  }
 
   // The code and the log of do_clone into `cloned_`, or of do_fetch, do_pull or do_push in ours.
   std::string transfer(const std::string& function, const std::string& url, Offer values = {}) {
@@ -55,7 +51,7 @@ class Transfer : public ModuleTest {
     if (function == "do_fetch" && values.size() > 4) values.insert(values.begin() + 4, " ");
     values.insert(values.begin(), is_clone ? cloned_.string() : work_.string());
     if (is_clone) values.insert(values.begin(), url);
-    if (!is_clone) set_origin(url);
+    if (!is_clone) git(work_, {"remote", "set-url", "origin", url});
     host::Arguments arguments;
     for (const host::Value& value : values) {
       const auto* text = std::get_if<std::string>(&value);
