@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <csignal>
 #include <fstream>
+#include <iterator>
 #include <random>
+#include <span>
 #include <sstream>
 
 #include "support/leaks.h"
@@ -43,11 +45,24 @@ TEST_F(Transfer, IsRegisteredAsPullAndPush) {
   EXPECT_EQ(remote_main(), ours);
 }
 
-// A row of transport.txt, which tells what stands in it.
+// A row of transport.txt, which tells what its words mean, and what is answered to it.
 struct Row {
-  std::string line, server, hosts, missing, answer;
-  Offer offer;
+  std::string line, answer;
+  std::vector<std::string> words;
 };
+
+std::vector<Row> rows(bool are_refused) {
+  std::vector<Row> found;
+  std::string answer;
+  std::ifstream file(UWUGIT_SOURCE_FOLDER "/tests/transport.txt");
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("= ")) answer = line.substr(2);
+    if (line.empty() || line[0] == '#' || line[0] == '=' || answer.empty() == are_refused) continue;
+    std::istringstream words(line);
+    found.push_back({line, answer, {std::istream_iterator<std::string>(words), {}}});
+  }
+  return found;
+}
 
 class Transport : public Transfer {
  protected:
@@ -57,30 +72,6 @@ class Transport : public Transfer {
     write_file(all_.file("known_rsa_too"), read_file(all_.file("known_rsa")) + known);
     write_file(all_.file("known_changed"),
                known.substr(0, known.find("ssh-")) + read_file(all_.file("user_ed25519.pub")));
-  }
-
-  // The rows that succeed, or those that are refused.
-  std::vector<Row> rows(bool are_refused) {
-    std::vector<Row> found;
-    Row row;
-    std::ifstream file(UWUGIT_SOURCE_FOLDER "/tests/transport.txt");
-    for (std::string line; std::getline(file, line);) {
-      if (line.starts_with("= ")) row.answer = line.substr(2);
-      if (line.empty() || line[0] == '#' || line[0] == '=') continue;
-      if (row.answer.empty() == are_refused) continue;
-      row = {.line = line, .answer = row.answer};
-      std::istringstream words(line);
-      words >> row.server >> row.hosts;
-      for (std::string word; words >> word;) {
-        if (word.starts_with("-git_")) {
-          row.missing = word.substr(1);
-        } else {
-          row.offer.push_back(value(word));
-        }
-      }
-      found.push_back(row);
-    }
-    return found;
   }
 
   host::Value value(const std::string& word) {
@@ -107,14 +98,20 @@ class Transport : public Transfer {
 
   // What a function answers, logs and shows to a server that rejects everything.
   std::string call(const char* function, const Row& row) {
-    const LeaksOverSsh leaks(row.server);
+    const LeaksOverSsh leaks(row.words[0]);
     FaultyServer rejecting({.answer = "HTTP/1.1 401 Unauthorized\r\nContent-Length: 0\r\n"
                                       "WWW-Authenticate: Basic realm=\"x\"\r\n"
                                       "Connection: close\r\n\r\n"});
-    write_file(known_hosts_, read_file(all_.file(row.hosts)));
-    hide_function(row.missing);
-    std::string text = transfer(
-        function, row.server == "rejecting" ? rejecting.url("http") : url(row.server), row.offer);
+    Offer offer;
+    hide_function("");
+    for (const std::string& word : std::span(row.words).subspan(2)) {
+      if (!word.starts_with("-git_")) offer.push_back(value(word));
+      if (word.starts_with("-git_")) hide_function(word.substr(1));
+    }
+    write_file(known_hosts_, read_file(all_.file(row.words[1])));
+    const bool is_rejected = row.words[0] == "rejecting";
+    std::string text =
+        transfer(function, is_rejected ? rejecting.url("http") : url(row.words[0]), offer);
     std::istringstream heads(rejecting.end());
     for (std::string line; std::getline(heads, line);) {
       if (line.starts_with("Authorization: ")) text += line.replace(line.size() - 1, 1, "\n");
