@@ -1,21 +1,18 @@
 // For tests of clone, fetch, pull and push: a remote, somebody else's working copy of it, and ours.
 #pragma once
 
+#include <pwd.h>
+#include <unistd.h>
+
 #include "module_test.h"
 #include "process.h"
 #include "servers.h"
 
 namespace uwugit::test {
 
-// What a call offers: user, password, public key, private key and certificate file.
-struct Offer {
-  std::string user = " ", password = " ", public_key = " ", private_key = " ", certificate = " ";
-  double uses_default = 0;
-
-  static Offer key(const std::string& user, const fs::path& file, const std::string& phrase = "") {
-    return {user, phrase, file.string() + ".pub", file, " "};
-  }
-};
+// What a call offers: user, password, public key, private key, certificate file and whether the
+// platform's own credentials are used, as far as they are given.
+using Offer = std::vector<host::Value>;
 
 class Transfer : public ModuleTest {
  protected:
@@ -43,22 +40,28 @@ class Transfer : public ModuleTest {
   void clone_by_path() {
     git(sandbox_.root(), {"clone", "--quiet", bare_.string(), work_.string()});
   }
-  void set_origin(const std::string& url) { git(work_, {"remote", "set-url", "origin", url}); }
   std::string remote_main() { return git(bare_, {"rev-parse", "main"}); }
 
-  // Calls do_fetch, do_pull or do_push.
-  std::string transfer(const std::string& function, const Offer& offer = {}) {
-    if (function == "do_fetch") {
-      return code(function, work_, offer.user, offer.password, offer.public_key, offer.private_key,
-                  " ", offer.certificate, offer.uses_default);
+  // The user that runs the test, who is let in over SSH.
+  static std::string me() { return getpwuid(geteuid())->pw_name; }
+
+  // The code and the log of do_clone into `cloned_`, or of do_fetch, do_pull or do_push in ours.
+  std::string transfer(const std::string& function, const std::string& url, Offer values = {}) {
+    const bool is_clone = function == "do_clone";
+    if (function == "do_fetch" && values.size() > 4) values.insert(values.begin() + 4, " ");
+    values.insert(values.begin(), is_clone ? cloned_.string() : work_.string());
+    if (is_clone) values.insert(values.begin(), url);
+    if (!is_clone) git(work_, {"remote", "set-url", "origin", url});
+    host::Arguments arguments;
+    for (const host::Value& value : values) {
+      const auto* text = std::get_if<std::string>(&value);
+      text ? arguments.text(*text) : arguments.number(std::get<double>(value));
     }
-    return code(function, work_, offer.user, offer.password, offer.public_key, offer.private_key,
-                offer.certificate, offer.uses_default);
+    log_.clear();
+    const auto result = host_.call(module_.find(function), arguments.block());
+    return host::Outcome{result, false, {}}.code_text() + " " + logged();
   }
-  std::string clone(const std::string& url, const Offer& offer = {}) {
-    return code("do_clone", url, work_, offer.user, offer.password, offer.public_key,
-                offer.private_key, offer.certificate, offer.uses_default);
-  }
+  static constexpr const char* kFunctions[] = {"do_clone", "do_fetch", "do_pull", "do_push"};
 
   // References, index and files, after a look at whether the repository is sound.
   std::string state() {
@@ -75,6 +78,7 @@ class Transfer : public ModuleTest {
   fs::path bare_ = sandbox_.root() / "repositories/remote.git";
   fs::path other_ = sandbox_.root() / "other";
   fs::path work_ = sandbox_.root() / "work";
+  fs::path cloned_ = sandbox_.root() / "cloned";
   fs::path known_hosts_ = sandbox_.root() / "home/.ssh/known_hosts";
 };
 
