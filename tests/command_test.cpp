@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <regex>
 #include <sstream>
 
 #include "process.h"
@@ -15,13 +16,6 @@ namespace {
 const fs::path kSource = UWUGIT_SOURCE_FOLDER;
 const fs::path kCommand = UWUGIT_COMMAND;
 
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-    text.replace(at, from.size(), to);
-  }
-  return text;
-}
-
 // Runs what stands behind "$ " and "> " as a shell would, in a folder of its own. The lines below
 // are what must come out of it, with "[n]" last when the exit status n is not 0. LIBRARY is the
 // folder of the module. A line that begins with "# " is a comment.
@@ -32,14 +26,16 @@ TEST(Command, AnswersAsInTheTranscript) {
   fs::current_path(sandbox.root());
   setenv("PATH", (kCommand.parent_path().string() + ":" + getenv("PATH")).c_str(), 1);
   setenv("SOURCE", kSource.c_str(), 1);
+  setenv("LIBRARY", kLibraryFolder.c_str(), 1);
+  const std::regex library(kLibraryFolder.string()), folder(fs::current_path().string());
   const fs::path file = kSource / "tests/command_transcript.txt";
   std::istringstream lines(read_file(file));
   std::string written, command, expected;
   const auto run = [&] {
     if (command.empty()) return;
-    const auto result = runner::run({"sh", "-c", replaced(command, "LIBRARY", kLibraryFolder)});
-    std::string shown = replaced(result.output, kLibraryFolder, "LIBRARY");
-    shown = replaced(shown, fs::current_path(), "FOLDER");
+    const auto result = runner::run({"sh", "-c", command});
+    std::string shown = std::regex_replace(result.output, library, "LIBRARY");
+    shown = std::regex_replace(shown, folder, "FOLDER");
     if (result.status != 0) shown += "[" + std::to_string(result.status) + "]\n";
     EXPECT_EQ(shown, expected) << command;
     written += shown;
@@ -63,6 +59,7 @@ TEST(Command, DoesNotShowAPasswordThatIsTyped) {
   if (forkpty(&terminal, nullptr, nullptr, nullptr) == 0) {
     alarm(60);  // so that nobody waits for a prompt that does not come
     execl(kCommand.c_str(), "uwugit", "encode-password", nullptr);
+    _exit(99);
   }
   std::string shown;
   const auto read_up_to = [&](std::string_view end) {

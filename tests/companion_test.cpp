@@ -82,32 +82,25 @@ TEST_F(Brackets, KeepLibgit2UpBetweenThem) {
 
 TEST_F(Brackets, BeginAfreshWhenWhatLibgit2ReadAtItsStartHasChanged) {
   calls_of_a_bracket();
-  const auto begins_afresh_once = [] {
+  const auto begins_afresh_once = [](auto) {
     EXPECT_EQ(calls_of_a_bracket(), "shutdown init clear ");
     EXPECT_EQ(calls_of_a_bracket(), "clear ");
   };
   for (const char* variable : {"HOME", "XDG_CONFIG_HOME"}) {
     for (const char* value : {"/a", "/b", "", static_cast<const char*>(nullptr), ""}) {
-      value ? setenv(variable, value, 1) : unsetenv(variable);
-      begins_afresh_once();
+      begins_afresh_once(value ? setenv(variable, value, 1) : unsetenv(variable));
     }
   }
-  for (auto* const field : {&bundle.st_ino, &bundle.st_dev}) {
-    *field = 5;
-    begins_afresh_once();
+  for (auto* field : {&bundle.st_ino, &bundle.st_dev}) begins_afresh_once(++*field);
+  for (auto* field : {&bundle.st_size, &bundle.st_mtim.tv_sec, &bundle.st_mtim.tv_nsec}) {
+    begins_afresh_once(++*field);
   }
-  for (auto* const field : {&bundle.st_size, &bundle.st_mtim.tv_sec, &bundle.st_mtim.tv_nsec}) {
-    *field = 5;
-    begins_afresh_once();
-  }
-  bundle.st_ino = 0;  // it is gone
-  begins_afresh_once();
+  begins_afresh_once(bundle.st_ino = 0);  // it is gone
   init();
   setenv("HOME", "/c", 1);
-  EXPECT_EQ(calls_of_a_bracket(), "") << "not while a bracket is open";
+  EXPECT_EQ(calls_of_a_bracket(), "") << "a bracket is open";
   shutdown();
   EXPECT_EQ(calls(), "clear ");
-  begins_afresh_once();
 }
 
 // What setting each option leads to, by the number that libgit2 gave the option: "-" changes

@@ -13,12 +13,13 @@
 namespace uwugit::test {
 namespace {
 
-// A password that other programs made, and of which this one holds nothing but a masked copy.
+// A password that other programs made, and of which this one holds nothing but a masked copy of its
+// second half: what is left of it in memory that was given back may have lost its beginning.
 class Secret {
  public:
   explicit Secret(const fs::path& folder) : file_(folder / "secret") {
-    shell("openssl rand -hex 16 | tr -d '\\n' > " + file_);
-    masked_ = shell("tr 0-9a-f g-v < " + file_);
+    shell("openssl rand -hex 32 | tr -d '\\n' > " + file_);
+    masked_ = shell("tail -c 32 " + file_ + " | tr 0-9a-f g-v");
     hash = "me:" + shell("openssl passwd -6 -in " + file_);
     encoded =
         shell(std::string("printf %s $(") + UWUGIT_COMMAND + " encode-password < " + file_ + ")");

@@ -4,28 +4,25 @@
 #include <cstdarg>
 #include <string>
 
-#define EXPORT extern "C" __attribute__((visibility("default")))
-
-EXPORT std::string recorded_calls;
-EXPORT int answer_of_init;
+extern "C" std::string recorded_calls;
 std::string recorded_calls;
 int answer_of_init = 1;
 
-EXPORT int git_libgit2_init() {
+int git_libgit2_init() {
   recorded_calls += "init ";
   return answer_of_init;
 }
 
-EXPORT int git_libgit2_shutdown() {
+int git_libgit2_shutdown() {
   recorded_calls += "shutdown ";
   return 0;
 }
 
-EXPORT void git_error_clear() { recorded_calls += "clear "; }
+void git_error_clear() { recorded_calls += "clear "; }
 
 // An option that gets an address is one that reads: it answers 1000 and its number, by the last
 // address it has, and is not written down. The others are, with the arguments that they have.
-EXPORT int git_libgit2_opts(int option, ...) {
+int git_libgit2_opts(int option, ...) {
   std::va_list list;
   va_start(list, option);
   std::size_t given[3];
