@@ -1,14 +1,10 @@
-// The rooms of the module from inside: strings, broken pipes, vector stubs, arguments,
-// registration, passwords, messages, what differs between versions of libgit2, releasing, and the
-// stores.
+// The rooms of the module from inside: strings, vector stubs, arguments, registration, passwords,
+// messages, and what differs between versions of libgit2.
 #include <git2.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cmath>
-#include <csignal>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -16,16 +12,12 @@
 #include <sstream>
 #include <tuple>
 
-#include "gitbind/broken_pipe.h"
 #include "gitbind/compatibility.h"
-#include "gitbind/release.h"
 #include "module/arguments.h"
 #include "module/bootstrap.h"
 #include "module/password.h"
 #include "module/sysmsg.h"
 #include "module/vector_stubs.h"
-#include "store/log_objects.h"
-#include "store/status_objects.h"
 #include "support/sandbox.h"
 #include "support/strings.h"
 #include "uwugithost/call.h"
@@ -68,32 +60,6 @@ TEST(Strings, WriteNumbersRightJustified) {
     std::string field(width, '#');
     wzclchr(number, field.data(), width);
     EXPECT_EQ(field, expected);
-  }
-}
-
-// In a process of its own, which the signal would end. A signal that waited before still waits.
-TEST(BrokenPipes, FailTheWriteAndDoNotEndTheProcess) {
-  const auto write_to_closed_pipe = [](int blocked) {
-    std::signal(SIGPIPE, SIG_DFL);
-    sigset_t mask;
-    sigemptyset(&mask);
-    sigaddset(&mask, blocked);
-    sigprocmask(SIG_SETMASK, &mask, nullptr);
-    if (blocked == SIGPIPE) std::raise(SIGPIPE);
-    int ends[2];
-    bool is_right = pipe(ends) == 0 && close(ends[0]) == 0;
-    {
-      const BrokenPipeGuard guard;
-      is_right = is_right && write(ends[1], "x", 1) == -1 && errno == EPIPE;
-    }
-    sigprocmask(SIG_SETMASK, nullptr, &mask);
-    is_right = is_right && sigismember(&mask, SIGPIPE) == (blocked == SIGPIPE);
-    is_right = is_right && sigismember(&mask, SIGUSR1) == (blocked == SIGUSR1);
-    sigpending(&mask);
-    std::_Exit(is_right && sigismember(&mask, SIGPIPE) == (blocked == SIGPIPE) ? 0 : 1);
-  };
-  for (const int blocked : {SIGUSR1, SIGPIPE}) {
-    EXPECT_EXIT(write_to_closed_pipe(blocked), testing::ExitedWithCode(0), "");
   }
 }
 
@@ -378,63 +344,6 @@ TEST_F(Rooms, PrepareTransfersOfEveryVersion) {
       }
     }
   }
-}
-
-// Each release function with and without an object.
-TEST_F(Rooms, ReleaseWhatTheyCan) {
-  static int released;
-#define FREES(function, name) std::pair(address(free_git_##function), L"git_" #name "_free")
-#define FREE(name) FREES(name, name)
-  const auto check = [](int with_null, auto... kinds) {
-    for (const auto& [function, name] : {kinds...}) {
-      auto* release = reinterpret_cast<void (*)(void*, GitModule*)>(function);
-      made_up = {{name, address(+[](void*) { ++released; })}};
-      released = 0;
-      release(&released, make_git());
-      EXPECT_EQ(released, 1);
-      release(nullptr, make_git());
-      EXPECT_EQ(released, 1 + with_null);
-    }
-  };
-  check(1, FREES(repo, repository), FREE(tree), FREE(commit), FREE(signature), FREE(remote),
-        FREE(reference), FREE(annotated_commit));
-  check(0, FREE(rebase), FREE(diff), FREE(revwalk), FREE(index), FREE(object),
-        FREE(index_conflict_iterator), FREE(status_list));
-}
-
-// Other operations than today's may put records at the head.
-TEST_F(Rooms, PutStatusEntriesAtTheHead) {
-  RepoStatus* b = workingRepoStatus = insertRepoStatusAtTail("b");
-  RepoStatus* a = insertRepoStatusAtHead("a");
-  EXPECT_TRUE(headStatus == a && a->next == b && b->prev == a);
-  insertGitStatusEntryAtHead("2", "new", kStaged);
-  insertGitStatusEntryAtTail("3", "new", kStaged);
-  EXPECT_STREQ(status_entry(b, 1)->path, "2");
-  insertGitStatusEntryAtHead("1", "new", kNotStaged);
-  for (int i = 1; i <= 3; ++i) EXPECT_EQ(status_entry(b, i)->path, std::to_string(i));
-  for (const int none : {0, 4}) EXPECT_EQ(status_entry(b, none), nullptr);
-  EXPECT_EQ(free_repo_status("b ") + free_repo_status("a"), 0);
-  EXPECT_TRUE(!headStatus && !workingRepoStatus);
-}
-
-// A commit put at the head is linked in front of the first and does not become it, and a history
-// begun that way has no last commit.
-TEST_F(Rooms, KeepTheHeadOfAHistoryWhereItIs) {
-  RepoLog* log = workingRepoLogObject = insertRepoLogAtTail(host_.pools().create("log"), "repo");
-  CommitGraphNode nodes[4] = {{"a"}, {"b"}, {"c"}, {"d"}};
-  insertCommitGraphNodeAtHead(&nodes[0]);
-  insertCommitGraphNodeAtTail(&nodes[1]);
-  EXPECT_EQ(history_entry(log, 2), &nodes[1]);
-  insertCommitGraphNodeAtTail(&nodes[2]);
-  insertCommitGraphNodeAtHead(&nodes[3]);
-  for (int i = 0; i <= 4; ++i)
-    EXPECT_EQ(history_entry(log, i), i % 4 == 0 ? nullptr : &nodes[i - 1]);
-  EXPECT_TRUE(!log->last && nodes[0].prev == &nodes[3] && nodes[2].prev == &nodes[1]);
-  EXPECT_TRUE(findCommitGraphNode("c ") == &nodes[2] && !findCommitGraphNode("d"));
-  log->first = nullptr;
-  for (int i = 0; i < 2; ++i) insertCommitGraphNodeAtTail(&nodes[i]);
-  EXPECT_TRUE(log->last == &nodes[1] && log->last->prev == log->first && !log->first->prev);
-  EXPECT_EQ(free_repo_log("repo "), 0);
 }
 
 }  // namespace

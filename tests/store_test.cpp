@@ -53,23 +53,6 @@ TEST_F(Store, TakesObjectsOutOfTheirListsAlsoWhenTheirMemoryStays) {
   EXPECT_TRUE(!headLogObject && !headDiffObject);
 }
 
-TEST_F(Store, FindsDiffsByTheirThreeKeysInUpperCase) {
-  char path[] = "Repo  ", lower_case[] = "repo";
-  DiffObject* first = insertDiffObjectAtTail(repo_, a_, b_);
-  DiffObject* second = insertDiffObjectAtTail(repo_, a_, c_);
-  DiffObject* third = insertDiffObjectAtTail(lower_case, a_, d_);
-  EXPECT_TRUE(second->prev == first && second->next == third && third->key1 == lower_case);
-  EXPECT_EQ(findDiffObject(path, a_, c_), second);
-  EXPECT_STREQ(path, "REPO  ") << "the caller's texts are upper-cased, stored ones are not";
-  EXPECT_TRUE(!findDiffObject(path, a_, d_) && !findDiffObject(path, b_, c_));
-  first->key2 = nullptr;
-  EXPECT_EQ(findDiffObject(path, a_, c_), nullptr) << "an object without a key ends the search";
-  first->key2 = a_;
-  EXPECT_EQ(free_diffObject(path, a_, c_) + free_diffObject(path, a_, b_), 0);
-  EXPECT_TRUE(headDiffObject == third && !third->prev);
-  headDiffObject = nullptr;
-}
-
 // A file put at the head is linked in front of the first and does not become it, and a list begun
 // that way has no last file.
 TEST_F(Store, KeepsTheHeadOfADiffWhereItIs) {

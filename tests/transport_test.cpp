@@ -29,22 +29,6 @@ TEST_F(Transfer, RefusesARepositoryOfAnotherUserUntilItIsDeclaredSafe) {
   EXPECT_EQ(code("do_fetch", work_), "0");
 }
 
-// As the host calls what the module registers, with any number of arguments.
-TEST_F(Transfer, IsRegisteredAsPullAndPush) {
-  clone_by_path();
-  commit_elsewhere("second\n");
-  host::Arguments all, one;
-  all.text(work_.string()).text("a").text("b").text(" ").text("c").text(" ").number(1.9);
-  one.text(work_.string());
-  EXPECT_EQ(module_.registered().at("GIT_PULL").descriptor.maximum_arguments, 7);
-  EXPECT_EQ(host_.call(module_.find("GIT_PULL"), all.block()).code, 0);
-  EXPECT_EQ(git(work_, {"rev-parse", "HEAD"}), remote_main());
-  const std::string ours = commit_here("mine", "mine\n");
-  EXPECT_EQ(module_.registered().at("GIT_PUSH").descriptor.maximum_arguments, 7);
-  EXPECT_EQ(host_.call(module_.find("GIT_PUSH"), one.block()).code, 0);
-  EXPECT_EQ(remote_main(), ours);
-}
-
 // A row of transport.txt, which tells what its words mean, and what is answered to it.
 struct Row {
   std::string line, answer;
@@ -275,22 +259,6 @@ TEST_F(FaultyTransport, OutlivesAServerThatHangsUp) {
     EXPECT_EQ(sigismember(&mask, SIGPIPE), is_held) << calls;
     EXPECT_EQ(sigismember(&pending, SIGPIPE), is_held) << calls;
   }
-}
-
-// Writing beyond a limit fails.
-TEST_F(FaultyTransport, LeavesTheRepositoryAsItWasOnAFullDisk) {
-  commit_elsewhere(noise_);
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit low = {256 << 10, limit.rlim_max};
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &low);
-  const std::string answered = transfer("do_pull", bare_);
-  setrlimit(RLIMIT_FSIZE, &limit);
-  std::signal(SIGXFSZ, handler);
-  EXPECT_PRED2(starts_with, answered, "2 ERROR: Return code from GIT is (2). ");
-  EXPECT_EQ(state(), before_);
-  EXPECT_PRED2(starts_with, transfer("do_pull", bare_), "0 ");
 }
 
 }  // namespace

@@ -14,9 +14,6 @@ namespace uwugit::test {
 inline const fs::path kLibraryFolder = UWUGIT_LIBRARY_FOLDER;
 inline const fs::path kModuleFile = kLibraryFolder / "uwugit_p.so";
 
-// Stands in for a libgit2 function that fails without an error to show.
-inline void* const kFails = reinterpret_cast<void*>(+[](void*, void*, void*) { return -1; });
-
 // For EXPECT_PRED2, which shows both when it fails.
 inline bool starts_with(const std::string& text, std::string_view start) {
   return text.starts_with(start);
@@ -54,22 +51,10 @@ class ModuleTest : public testing::Test {
     return text;
   }
 
-  // The return code and all that the call logged, ended by "$": "0$", "-1 ERROR: …\n$".
-  template <class... Given>
-  std::string answer(std::string_view name, const Given&... given) {
-    log_.clear();
-    const std::string shown = code(name, given...);
-    const std::string log = logged();
-    return shown + (log.empty() ? "" : " " + log) + "$";
-  }
-
-  // Makes libgit2 lack a function from now on, or do something else in its place.
-  void hide_function(std::string name) { replace_function(std::move(name), nullptr); }
-  void replace_function(std::string name, void* replacement) {
+  // Makes libgit2 lack a function from now on.
+  void hide_function(std::string name) {
     host_.modules().set_lookup_hook(
-        [name = std::move(name), replacement](std::string_view asked, void* found) {
-          return asked == name ? replacement : found;
-        });
+        [=](std::string_view asked, void* found) { return asked == name ? nullptr : found; });
   }
 
   Sandbox sandbox_;
