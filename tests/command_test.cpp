@@ -1,8 +1,5 @@
 // The command as its users run it.
 #include <gtest/gtest.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <regex>
 #include <sstream>
@@ -51,27 +48,6 @@ TEST(Command, AnswersAsInTheTranscript) {
   }
   run();
   if (getenv("UWUGIT_WRITE_EXPECTED")) write_file(file, written);
-}
-
-TEST(Command, DoesNotShowAPasswordThatIsTyped) {
-  const Sandbox sandbox;
-  int terminal = -1;
-  if (forkpty(&terminal, nullptr, nullptr, nullptr) == 0) {
-    alarm(60);  // so that nobody waits for a prompt that does not come
-    execl(kCommand.c_str(), "uwugit", "encode-password", nullptr);
-    _exit(99);
-  }
-  std::string shown;
-  const auto read_up_to = [&](std::string_view end) {
-    for (char c; !shown.ends_with(end) && read(terminal, &c, 1) == 1;) shown += c;
-  };
-  read_up_to("Password: ");
-  EXPECT_EQ(write(terminal, "secret\n", 7), 7);
-  read_up_to("\xff");
-  wait(nullptr);
-  EXPECT_EQ(shown.find("secret"), std::string::npos) << shown;
-  const std::string encoded = shown.substr(shown.find('{'), shown.rfind('\r') - shown.find('{'));
-  EXPECT_EQ(host::PasswordService().decode(encoded), "secret") << shown;
 }
 
 }  // namespace
