@@ -16,7 +16,8 @@ commit file base base; git switch --quiet --create topic
 commit a 1 one; git branch clash; commit b 2 "two
 
 with a body"; commit c 3 three
-git switch --quiet clash; commit file 2 two; commit c 3 three; git switch --quiet main; commit file main main]]
+git switch --quiet clash; commit file 2 two; commit c 3 three; git switch --quiet main
+echo main >new; git add new; commit file main main]]
 local main, topic, clash = run "git rev-parse main", run "git rev-parse topic", run "git rev-parse clash"
 
 -- Authors, their dates and the messages stay. The committer is the one given.
@@ -42,9 +43,11 @@ end
 rebase(("1"):rep(40), "neither")
 rebase(clash, main, "")
 operate("ABORT", "clash")
-write("a", "mine\n")
-rebase(clash, main)
-run "git checkout --quiet a"
+for _, name in ipairs { "a", "new" } do
+  write(name, "mine\n")
+  rebase(clash, main)
+  show("cat " .. name .. "; git reset --quiet --hard; rm -f new")
+end
 
 -- A commit that conflicts stops the rebase until the user says how to go on. (A resolution must be
 -- committed. With one that is only staged, or with none, CONTINUE drops the commits that are left.)

@@ -18,7 +18,8 @@ end
 show "git status --short --untracked-files=all"
 
 -- Listing a repository refreshes its index: git finds nothing to look at again.
-run "git reset --quiet --hard; git clean --quiet --force -d; touch -d 2002-02-02 changed; ! git diff-files --quiet"
+run [[git reset --quiet --hard; git clean --quiet --force -d; touch -d 2001-01-01 $(git ls-files)
+git update-index -q --refresh; touch -d 2002-02-02 changed; ! git diff-files --quiet]]
 git.get_status(repo)
 run "git diff-files --quiet"
 
