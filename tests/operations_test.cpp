@@ -48,7 +48,10 @@ class Operations : public ModuleTest {
     }
     const host::CallResult result = host_.call(module_.find(words[0]), arguments.block());
     told << words[0] << " -> " << host::Outcome{.result = result}.code_text();
-    if (variable) told << " [" << std::string_view(variable->characters, variable->length) << "]";
+    if (variable) {
+      told << " [";
+      told.write(variable->characters, variable->length) << "]";
+    }
     told << "\n" << logged();
   }
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <regex>
 
 #include "process.h"
 #include "support/expected.h"
@@ -31,8 +30,11 @@ TEST_P(Programs, WriteWhatIsExpected) {
   const runner::CommandResult result =
       runner::run({"env", "TMPDIR=" + fs::canonical(sandbox_.root()).string(), "LC_ALL=C.UTF-8",
                    UWUGIT_COMMAND, "run", "--memory", program + ".lua", "--trace", "--"});
-  const std::string written =
-      std::regex_replace(result.output, std::regex("(MEMORY: .* blocks)\\b.*"), "$1");
+  std::string written = result.output;
+  // How many pools and blocks are left counts; their bytes and what follows differ in each run.
+  for (std::size_t at; (at = written.find(" blocks ")) != std::string::npos;) {
+    written.erase(at + sizeof " blocks" - 1, written.find('\n', at) - at - sizeof " blocks" + 1);
+  }
   expect_text(program + ".expected",
               written + "exit status " + std::to_string(result.status) + "\n", sandbox_);
 }

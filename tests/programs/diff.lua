@@ -3,7 +3,6 @@ dofile((arg[0]:gsub("[^/]*$", "support/transcript.lua")))
 
 -- A file's content is a list of records, one for each line of the patch, with commas between them.
 -- A line ends at a NUL.
-run "git config core.abbrev 7"
 local first = commit("first", { [".gitattributes"] = "nul diff\n", text = "one\n\"two\"\n", gone = "\\\n", binary = "\0\1" })
 local second = commit("second", { text = "one\n2\n", gone = false, binary = "\0\2", nul = "a\0b\n", new = "a\nb" })
 for number = 1, git.diff_commits(repo, first, second) do
@@ -37,7 +36,7 @@ local after = commit("after", { text = "1\ntwo", lost = "end", gained = "end\n",
 compare(before, after)
 
 -- A first id that has not forty characters is nothing: all files are new.
-run "git rm --quiet -r . "
+run "git rm --quiet -r ."
 local few = commit("few", { a = "a\n", b = "b\n" })
 for _, nothing in ipairs { "", ("1"):rep(41) } do compare(nothing, few, "4b825dc642cb6eb9a060e54bf8d69288fbee4904") end
 git.diff_commits(repo, few, few)
@@ -70,9 +69,8 @@ run "echo staged >b; echo new >new; git add b new; echo changed >b; echo >untrac
 each("diff_file_in_index", { "b", 0.9 }, { "b ", 0, folder .. "/none/out" })
 git.get_diff_attribute(1, repo, "INDEX", "WORKDIR", "FILE")
 each("diff_file_in_index", { "b", 1, folder .. "/out" }, { "new", -1 }, { "untracked" })
-show "cat ../out"
 git.get_diff_attribute(1, repo, "INDEX", "WORKDIR", "FILE")
-run "git checkout --quiet --orphan unborn"
+show "cat ../out; git checkout --quiet --orphan unborn"
 each("diff_file_in_index", { "b", 1 })
 
 -- A content has room for 4,999,999 bytes.
