@@ -17,7 +17,10 @@ TaskWorkArea* work_area() {
   if (!function_library) fncinit();
   if (!function_library->work_area) {
     void* block = vmalcp_handler(sizeof(TaskWorkArea), kHostAllocation);
-    if (!block) xexit(operation::kOutOfMemory);
+    if (!block) {
+      xexit(operation::kOutOfMemory);
+      return nullptr;  // not reached: the run has ended
+    }
     function_library->work_area = static_cast<TaskWorkArea*>(block);
     *function_library->work_area = {};
   }
@@ -46,6 +49,7 @@ void* vmalcp_handler(std::size_t bytes, std::uint64_t flags) {
 
 void set_sysmsg(int code) {
   TaskWorkArea* area = work_area();
+  if (!area) return;
   if (code == 0) {
     area->message_number = 0;
     area->message_length = 0;
