@@ -96,7 +96,10 @@ constexpr Function kFunctions[] = {
         .details =
             "A file that HEAD does not have differs only when it is staged and compared with the "
             "index. The diff is not kept, unless the external file cannot be written: then it can "
-            "be read with \"INDEX\" and \"WORKDIR\" in place of the commits until the next call.",
+            "be read with \"INDEX\" and \"WORKDIR\" in place of the commits until the next call. "
+            "When libgit2 breaks off, the error is in the log and the records until then are "
+            "handed "
+            "out with 0, so look into the log where all records count.",
         .parameters = kDiffFileParameters,
         .results = kDiffFileResults,
         .example =
