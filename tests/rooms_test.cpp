@@ -257,6 +257,7 @@ TEST_F(Rooms, RegisterPullAndPush) {
   const auto ends = testing::ExitedWithCode(70);
   for (const int mode : {1, 2}) EXPECT_EXIT(ask(mode), ends, "out of memory. .* code 1016");
   EXPECT_EXIT(set_sysmsg(5), ends, "out of memory. .* code 1016");
+  EXPECT_EXIT(xpselec(), ends, "slot 108 of vector 39, which this host does not provide");
 }
 
 TEST_F(Rooms, PublishReturnCodesAsMacroVariables) {
