@@ -186,7 +186,7 @@ TEST_F(Rooms, ReadNumbersAndTheLowHalfOfLengths) {
   const std::pair<double, std::int32_t> numbers[] = {
       {1.9, 1},      {-1.9, -1},       {high + .9, high}, {high - .1, high - 1},
       {1e300, high}, {INFINITY, high}, {low - .9, low},   {low + .1, low + 1},
-      {-1e300, low}, {-INFINITY, low}};
+      {-1e300, low}, {-INFINITY, low}, {NAN, low}};
   for (const auto& [given, expected] : numbers) {
     EXPECT_EQ(number_argument(host::Arguments().number(given).block(), 0), expected) << given;
   }
