@@ -261,8 +261,8 @@ TEST_F(HostTest, EndsTheRun) {
   EXPECT_EXIT(exit(256), ends, "The module ended the run. The run ends with code 256.");
   EXPECT_EXIT(exit(0), ends, "code 0");
   EXPECT_EXIT(exit(255), testing::ExitedWithCode(255), "code 255");
-  constexpr std::size_t too_much = std::size_t{1} << 60;
-  const char* message = "Out of memory: pool \"test\" cannot have 1152921504606846976 bytes.";
+  constexpr std::size_t too_much = SIZE_MAX;
+  const char* message = "Out of memory: pool \"test\" cannot have 18446744073709551615 bytes.";
   EXPECT_EXIT(pool->allocate(pool, too_much, 0), ends, message);
   EXPECT_EXIT(pool->reallocate(pool, pool->allocate(pool, 1, 0), too_much, 0), ends, message);
 }

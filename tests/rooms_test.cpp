@@ -152,7 +152,7 @@ TEST_F(Rooms, ReadNumbersAndTheLowHalfOfLengths) {
   const std::pair<double, std::int32_t> numbers[] = {
       {1.9, 1},      {-1.9, -1},       {high + .9, high}, {high - .1, high - 1},
       {1e300, high}, {INFINITY, high}, {low - .9, low},   {low + .1, low + 1},
-      {-1e300, low}, {-INFINITY, low}};
+      {-1e300, low}, {-INFINITY, low}, {NAN, low}};
   for (const auto& [given, expected] : numbers) {
     EXPECT_EQ(number_argument(host::Arguments().number(given).block(), 0), expected) << given;
   }
@@ -223,6 +223,7 @@ TEST_F(Rooms, RegisterPullAndPush) {
   const auto ends = testing::ExitedWithCode(70);
   for (const int mode : {1, 2}) EXPECT_EXIT(ask(mode), ends, "out of memory. .* code 1016");
   EXPECT_EXIT(set_sysmsg(5), ends, "out of memory. .* code 1016");
+  EXPECT_EXIT(xpselec(), ends, "slot 108 of vector 39, which this host does not provide");
 }
 
 TEST_F(Rooms, PublishReturnCodesAsMacroVariables) {
