@@ -65,7 +65,8 @@ TEST_F(HostTest, PoolsKeepEveryBlockIntact) {
       Model before{0, static_cast<unsigned char>(random())};
       const unsigned action = blocks.size() < 5 ? 0 : blocks.size() < 200 ? random() % 4 : 3;
       if (action > 1) {  // with a block that is there
-        const auto chosen = std::next(blocks.begin(), random() % static_cast<int>(blocks.size()));
+        const auto chosen =
+            std::next(blocks.begin(), static_cast<std::ptrdiff_t>(random() % blocks.size()));
         std::tie(block, before) = *chosen;
         ASSERT_TRUE(is_intact(block, before.size, before.fill));
         blocks.erase(chosen);
