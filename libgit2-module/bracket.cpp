@@ -1,6 +1,6 @@
 // The companion git module: what a host's loader answers for the name "libgit2". It depends on the
-// distribution's libgit2, whose functions are found through it, and stands in front of three of
-// them.
+// distribution's libgit2, whose functions are found through it, and stands in front of some of
+// them: here of three, and elsewhere of those with a trap, a file for each trap.
 //
 // A program that brackets each piece of work with git_libgit2_init and git_libgit2_shutdown pays
 // for libgit2 coming up and going down every time. Here libgit2 stays up between brackets, and each
@@ -8,8 +8,6 @@
 // taken down and comes up fresh when the bracket changed a process-wide option, or when what
 // libgit2 reads at its start has changed since.
 
-#include <dlfcn.h>
-#include <git2.h>
 #include <sys/stat.h>
 
 #include <cstdarg>
@@ -19,19 +17,10 @@
 #include <optional>
 #include <string>
 
+#include "next.h"
 #include "process_options.h"
 
-#define EXPORT extern "C" __attribute__((visibility("default")))
-
 namespace {
-
-template <class Function>
-Function* next(const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-int real_init() { return next<decltype(git_libgit2_init)>("git_libgit2_init")(); }
-int real_shutdown() { return next<decltype(git_libgit2_shutdown)>("git_libgit2_shutdown")(); }
 
 std::optional<std::string> environment(const char* name) {
   const char* value = std::getenv(name);
@@ -84,7 +73,7 @@ class Libgit2 {
     const std::lock_guard lock(mutex_);
     if (depth_ == 0 && is_up_ && (options_.has_changes() || !start_.is_current())) take_down();
     if (!is_up_) {
-      if (const int count = real_init(); count < 0) return count;
+      if (const int count = NEXT(git_libgit2_init)(); count < 0) return count;
       is_up_ = true;
       start_.take();
       options_.remember();
@@ -108,7 +97,7 @@ class Libgit2 {
 
  private:
   void take_down() {
-    real_shutdown();
+    NEXT(git_libgit2_shutdown)();
     is_up_ = false;
     options_.restore();
   }

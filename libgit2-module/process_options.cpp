@@ -1,19 +1,12 @@
 #include "process_options.h"
 
-#include <dlfcn.h>
-#include <git2.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
 
-namespace {
+#include "next.h"
 
-decltype(&git_libgit2_opts) real_opts() {
-  static auto* const function =
-      reinterpret_cast<decltype(&git_libgit2_opts)>(dlsym(RTLD_NEXT, "git_libgit2_opts"));
-  return function;
-}
+namespace {
 
 constexpr int kReadingOptions[] = {
     GIT_OPT_GET_MWINDOW_SIZE,      GIT_OPT_GET_MWINDOW_MAPPED_LIMIT, GIT_OPT_GET_SEARCH_PATH,
@@ -72,7 +65,7 @@ int forward_option(int option, va_list arguments) {
   const auto first = va_arg(arguments, std::uintptr_t);
   const auto second = va_arg(arguments, std::uintptr_t);
   const auto third = va_arg(arguments, std::uintptr_t);
-  return real_opts()(option, first, second, third);
+  return NEXT(git_libgit2_opts)(option, first, second, third);
 }
 
 bool is_refused_option(int option) {
@@ -91,9 +84,9 @@ void ProcessOptions::remember() {
   for (std::size_t i = 0; i < kReadable; ++i) {
     std::size_t used = 0;
     if (kReadableOptions[i].get == GIT_OPT_GET_CACHED_MEMORY) {
-      real_opts()(GIT_OPT_GET_CACHED_MEMORY, &used, &values_[i]);
+      NEXT(git_libgit2_opts)(GIT_OPT_GET_CACHED_MEMORY, &used, &values_[i]);
     } else {
-      real_opts()(kReadableOptions[i].get, &values_[i]);
+      NEXT(git_libgit2_opts)(kReadableOptions[i].get, &values_[i]);
     }
   }
 }
@@ -108,18 +101,19 @@ void ProcessOptions::restore() {
     return changed_.test(static_cast<std::size_t>(option));
   };
   for (std::size_t i = 0; i < kReadable; ++i) {
-    if (is_changed(kReadableOptions[i].set)) real_opts()(kReadableOptions[i].set, values_[i]);
+    if (is_changed(kReadableOptions[i].set))
+      NEXT(git_libgit2_opts)(kReadableOptions[i].set, values_[i]);
   }
   for (const SwitchOption& option : kSwitchOptions) {
-    if (is_changed(option.set)) real_opts()(option.set, option.value);
+    if (is_changed(option.set)) NEXT(git_libgit2_opts)(option.set, option.value);
   }
   if (is_changed(GIT_OPT_SET_CACHE_OBJECT_LIMIT)) {
     for (const CacheLimit& limit : kCacheLimits) {
-      real_opts()(GIT_OPT_SET_CACHE_OBJECT_LIMIT, limit.type, limit.bytes);
+      NEXT(git_libgit2_opts)(GIT_OPT_SET_CACHE_OBJECT_LIMIT, limit.type, limit.bytes);
     }
   }
   if (is_changed(GIT_OPT_SET_ALLOCATOR)) {
-    real_opts()(GIT_OPT_SET_ALLOCATOR, static_cast<void*>(nullptr));
+    NEXT(git_libgit2_opts)(GIT_OPT_SET_ALLOCATOR, static_cast<void*>(nullptr));
   }
   changed_.reset();
 }
