@@ -20,7 +20,6 @@
 #include <iterator>
 #include <mutex>
 #include <optional>
-#include <unordered_map>
 
 #include "next.h"
 #include "unwritten_commit.h"
@@ -35,35 +34,32 @@ struct Failure {
 };
 
 struct Rebase {
+  const git_rebase* object;
   git_repository* repo;  // null for a rebase in memory, which has neither files nor index
   std::optional<Failure> failure;
+  Rebase* next;
 };
 
-class Rebases {
- public:
-  void remember(const git_rebase* rebase, const Rebase& what) {
-    const std::lock_guard lock(mutex_);
-    rebases_[rebase] = what;
-  }
-  void forget(const git_rebase* rebase) {
-    const std::lock_guard lock(mutex_);
-    rebases_.erase(rebase);
-  }
-  Rebase find(const git_rebase* rebase) {
-    const std::lock_guard lock(mutex_);
-    const auto found = rebases_.find(rebase);
-    return found == rebases_.end() ? Rebase{} : found->second;
-  }
+// Plain, so that a rebase can still be freed when the process ends.
+std::mutex mutex;
+Rebase* first = nullptr;
 
- private:
-  std::mutex mutex_;
-  std::unordered_map<const git_rebase*, Rebase> rebases_;
-};
+// What is known of a rebase. It stays until the rebase is freed.
+Rebase* find(const git_rebase* object) {
+  const std::lock_guard lock(mutex);
+  Rebase* rebase = first;
+  while (rebase && rebase->object != object) rebase = rebase->next;
+  return rebase;
+}
 
-// Lives as long as the process, as whoever still holds a rebase at its end may free it.
-Rebases& rebases() {
-  static auto* instance = new Rebases;
-  return *instance;
+void forget(const git_rebase* object) {
+  const std::lock_guard lock(mutex);
+  Rebase** place = &first;
+  while (*place && (*place)->object != object) place = &(*place)->next;
+  if (!*place) return;
+  const Rebase* forgotten = *place;
+  *place = forgotten->next;
+  delete forgotten;
 }
 
 // A file of the rebase's folder as it is now, to be set back to that.
@@ -133,7 +129,8 @@ std::string rebase_folder(git_repository* repo) {
 }
 
 void remember_rebase(const git_rebase* rebase, git_repository* repo) {
-  rebases().remember(rebase, {repo, std::nullopt});
+  const std::lock_guard lock(mutex);
+  first = new Rebase{rebase, repo, std::nullopt, first};
 }
 
 EXPORT int git_rebase_init(git_rebase** out, git_repository* repo,
@@ -146,13 +143,14 @@ EXPORT int git_rebase_init(git_rebase** out, git_repository* repo,
 }
 
 EXPORT int git_rebase_next(git_rebase_operation** operation, git_rebase* rebase) {
-  const Rebase known = rebases().find(rebase);
-  if (known.failure) return GIT_ITEROVER;
-  const KeptFile number(known.repo, "msgnum");
-  const KeptFile current(known.repo, "current");
+  Rebase* known = find(rebase);
+  if (!known) return NEXT(git_rebase_next)(operation, rebase);
+  if (known->failure) return GIT_ITEROVER;
+  const KeptFile number(known->repo, "msgnum");
+  const KeptFile current(known->repo, "current");
   const int code = call_with_text(NEXT(git_rebase_next), operation, rebase);
   if (code >= 0 || code == GIT_ITEROVER) return code;
-  rebases().remember(rebase, {known.repo, describe_failure(rebase, code)});
+  known->failure = describe_failure(rebase, code);
   number.restore();
   current.restore();
   return code;
@@ -161,18 +159,18 @@ EXPORT int git_rebase_next(git_rebase_operation** operation, git_rebase* rebase)
 EXPORT int git_rebase_commit(git_oid* id, git_rebase* rebase, const git_signature* author,
                              const git_signature* committer, const char* encoding,
                              const char* message) {
-  const Rebase known = rebases().find(rebase);
   const int code =
       call_with_text(NEXT(git_rebase_commit), id, rebase, author, committer, encoding, message);
-  return known.repo ? confirm_commit(code, known.repo, id, "HEAD") : code;
+  const Rebase* known = find(rebase);
+  return known && known->repo ? confirm_commit(code, known->repo, id, "HEAD") : code;
 }
 
 EXPORT int git_rebase_finish(git_rebase* rebase, const git_signature* signature) {
-  const Rebase known = rebases().find(rebase);
-  if (known.failure) {
-    return fail(known.failure->error_class, known.failure->text, known.failure->code);
+  const Rebase* known = find(rebase);
+  if (known && known->failure) {
+    return fail(known->failure->error_class, known->failure->text, known->failure->code);
   }
-  if (known.repo && has_staged_changes(known.repo)) {
+  if (known && known->repo && has_staged_changes(known->repo)) {
     return fail(GIT_ERROR_REBASE,
                 "changes of " + current_commit(rebase) + " are in the index and not committed",
                 GIT_EUNCOMMITTED);
@@ -182,11 +180,12 @@ EXPORT int git_rebase_finish(git_rebase* rebase, const git_signature* signature)
 
 EXPORT int git_rebase_abort(git_rebase* rebase) {
   const int code = NEXT(git_rebase_abort)(rebase);
-  if (code == 0) rebases().forget(rebase);
+  Rebase* known = find(rebase);
+  if (code == 0 && known) known->failure.reset();
   return code;
 }
 
 EXPORT void git_rebase_free(git_rebase* rebase) {
-  rebases().forget(rebase);
+  forget(rebase);
   NEXT(git_rebase_free)(rebase);
 }
