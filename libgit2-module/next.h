@@ -15,10 +15,11 @@
 
 // The function of that name that the companion's one stands in front of. libgit2's calls of its own
 // exported functions reach the companion as well, unless it was linked with -Bsymbolic-functions.
-#define NEXT(name)                                                                              \
-  ([] {                                                                                         \
-    static auto* const function = reinterpret_cast<decltype(&::name)>(dlsym(RTLD_NEXT, #name)); \
-    return function;                                                                            \
+#define NEXT(name)                                                    \
+  ([] {                                                               \
+    static auto* const next_function =                                \
+        reinterpret_cast<decltype(&::name)>(dlsym(RTLD_NEXT, #name)); \
+    return next_function;                                             \
   }())
 
 // libgit2's record of the thread's error, null when there is none.
