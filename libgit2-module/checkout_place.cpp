@@ -54,19 +54,24 @@ int clear_way(git_checkout_notify_t, const char* path, const git_diff_file*,
 
 // Calls a checkout with its options, or with a copy of them that has the callback.
 template <class Call>
-int check_out(git_repository* repo, const git_checkout_options* given, Call call) {
-  const char* folder = repo ? git_repository_workdir(repo) : nullptr;
-  if (!given || given->notify_cb || (!folder && !given->target_directory)) return call(given);
-  const bool is_forced = (given->checkout_strategy & GIT_CHECKOUT_FORCE) != 0;
+int check_out(git_repository* repo, const git_checkout_options& given, bool is_forced, Call call) {
   constexpr unsigned kDryRun = 1u << 24;  // GIT_CHECKOUT_DRY_RUN since 1.2
-  if (is_forced && (given->checkout_strategy & kDryRun) != 0) return call(given);
-  Checkout checkout = {
-      given->target_directory ? given->target_directory + std::string("/") : folder, is_forced, ""};
-  git_checkout_options options = *given;
+  const bool is_dry = is_forced && (given.checkout_strategy & kDryRun) != 0;
+  const char* folder =
+      given.target_directory ? given.target_directory : git_repository_workdir(repo);
+  if (given.notify_cb || is_dry || !folder) return call(&given);
+  Checkout checkout = {folder + std::string("/"), is_forced, ""};
+  git_checkout_options options = given;
   options.notify_flags = GIT_CHECKOUT_NOTIFY_UPDATED;
   options.notify_cb = clear_way;
   options.notify_payload = &checkout;
   return call(&options);
+}
+
+template <class Call>
+int check_out(git_repository* repo, const git_checkout_options* given, Call call) {
+  if (!repo || !given) return call(given);
+  return check_out(repo, *given, (given->checkout_strategy & GIT_CHECKOUT_FORCE) != 0, call);
 }
 
 }  // namespace
@@ -89,4 +94,15 @@ EXPORT int git_checkout_index(git_repository* repo, git_index* index,
   return check_out(repo, given, [=](const git_checkout_options* options) {
     return NEXT(git_checkout_index)(repo, index, options);
   });
+}
+
+// A hard reset is a checkout by force, whatever its options say.
+EXPORT int git_reset(git_repository* repo, const git_object* commit, git_reset_t kind,
+                     const git_checkout_options* given) {
+  const auto reset = [=](const git_checkout_options* options) {
+    return NEXT(git_reset)(repo, commit, kind, options);
+  };
+  const git_checkout_options none = GIT_CHECKOUT_OPTIONS_INIT;
+  if (!repo || kind != GIT_RESET_HARD) return reset(given);
+  return check_out(repo, given ? *given : none, true, reset);
 }
