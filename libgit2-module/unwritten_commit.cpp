@@ -12,6 +12,7 @@
 #include <git2/sys/commit.h>
 
 #include <cstdarg>
+#include <vector>
 
 #include "next.h"
 
@@ -37,19 +38,6 @@ Last last_parameter(int (*)(git_oid*, git_repository*, const char*, const git_si
                             std::size_t, Last));
 using ParentList = decltype(last_parameter(&git_commit_create));
 
-struct Parents {
-  std::size_t count;
-  va_list commits;
-};
-
-// libgit2 asks for the parents once and in their order. A null ends them.
-const git_oid* next_parent(std::size_t position, void* payload) {
-  auto* parents = static_cast<Parents*>(payload);
-  if (position >= parents->count) return nullptr;
-  const auto* commit = va_arg(parents->commits, const git_commit*);
-  return commit ? git_commit_id(commit) : nullptr;
-}
-
 }  // namespace
 
 int confirm_commit(int code, git_repository* repo, const git_oid* commit, const char* reference) {
@@ -71,20 +59,24 @@ EXPORT int git_commit_create(git_oid* id, git_repository* repo, const char* refe
   return confirm_commit(code, repo, id, reference);
 }
 
-// The parents cannot be handed on as they came. libgit2's function that asks for each of them is
-// the same code below.
+// The parents cannot be handed on as they came. A null ends them.
 EXPORT int git_commit_create_v(git_oid* id, git_repository* repo, const char* reference,
                                const git_signature* author, const git_signature* committer,
                                const char* encoding, const char* message, const git_tree* tree,
                                std::size_t parent_count, ...) {
   if (!tree) return fail(GIT_ERROR_INVALID, "a commit needs a tree");
+  std::vector<const git_oid*> parents;
+  va_list given;
+  va_start(given, parent_count);
+  while (parents.size() < parent_count) {
+    const auto* parent = va_arg(given, const git_commit*);
+    if (!parent) break;
+    parents.push_back(git_commit_id(parent));
+  }
+  va_end(given);
   *id = {};
-  Parents parents;
-  parents.count = parent_count;
-  va_start(parents.commits, parent_count);
   const int code =
-      git_commit_create_from_callback(id, repo, reference, author, committer, encoding, message,
-                                      git_tree_id(tree), next_parent, &parents);
-  va_end(parents.commits);
+      git_commit_create_from_ids(id, repo, reference, author, committer, encoding, message,
+                                 git_tree_id(tree), parents.size(), parents.data());
   return confirm_commit(code, repo, id, reference);
 }
