@@ -1,6 +1,6 @@
 // The companion git module: what a host's loader answers for the name "libgit2". It depends on the
-// distribution's libgit2, whose functions are found through it, and stands in front of three of
-// them.
+// distribution's libgit2, whose functions are found through it, and stands in front of some of
+// them: here of three, and elsewhere of those with a trap, a file for each trap.
 //
 // A program that brackets each piece of work with git_libgit2_init and git_libgit2_shutdown pays
 // for libgit2 coming up and going down every time. Here libgit2 stays up between brackets, and each
@@ -19,8 +19,6 @@
 
 #include "next.h"
 #include "process_options.h"
-
-#define EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace {
 
@@ -70,7 +68,7 @@ class Libgit2 {
     const std::lock_guard lock(mutex_);
     if (depth_ == 0 && is_up_ && (options_.has_changes() || !start_.is_current())) take_down();
     if (!is_up_) {
-      if (const int count = NEXT_FUNCTION(git_libgit2_init)(); count < 0) return count;
+      if (const int count = NEXT(git_libgit2_init)(); count < 0) return count;
       is_up_ = true;
       start_.take();
       options_.remember();
@@ -94,7 +92,7 @@ class Libgit2 {
 
  private:
   void take_down() {
-    NEXT_FUNCTION(git_libgit2_shutdown)();
+    NEXT(git_libgit2_shutdown)();
     is_up_ = false;
     options_.restore();
   }

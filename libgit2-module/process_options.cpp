@@ -9,7 +9,7 @@
 namespace {
 
 decltype(&git_libgit2_opts) real_opts() {
-  static auto* const function = NEXT_FUNCTION(git_libgit2_opts);
+  static auto* const function = NEXT(git_libgit2_opts);
   return function;
 }
 

@@ -50,7 +50,7 @@ for _, name in ipairs { "a", "new" } do
 end
 
 -- A commit that conflicts stops the rebase until the user says how to go on. (A resolution must be
--- committed. With one that is only staged, or with none, CONTINUE drops the commits that are left.)
+-- committed. With one that is only staged, or with none, CONTINUE fails and drops nothing.)
 for _ = 1, 2 do rebase(clash, main) end
 operate("restart", "clash")
 operate("ABORT", "clash", "")
