@@ -10,6 +10,9 @@
 
 #include <dlfcn.h>
 #include <git2.h>
+#if __has_include(<git2/sys/errors.h>)
+#include <git2/sys/errors.h>  // has git_error_clear from 1.8 on
+#endif
 #include <sys/stat.h>
 
 #include <cstdarg>

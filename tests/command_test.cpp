@@ -97,8 +97,9 @@ TEST_F(Command, ShowsTheFunctionsLookedUpAndTheMemoryHeld) {
     names += name + " ";
   }
   EXPECT_EQ(names,
-            "git_libgit2_version git_libgit2_features git_libgit2_init git_repository_open "
-            "git_status_list_new git_status_foreach git_status_list_free git_repository_free "
+            "git_libgit2_version git_libgit2_features git_oid_fmt git_libgit2_init "
+            "git_repository_open git_status_list_new git_status_foreach git_status_list_free "
+            "git_repository_free "
             "git_libgit2_shutdown ");
   EXPECT_NE(output.find("MEMORY: 1 pools with "), std::string::npos) << output;
   EXPECT_NE(output.find("MEMORY:   repoStatusListPool "), std::string::npos) << output;

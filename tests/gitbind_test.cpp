@@ -40,6 +40,7 @@ struct MadeUpGit : GitModule {
 
 struct FoundVersion {
   int major, minor, features;
+  bool has_long_ids = false;
 } found;
 int tell_version(int* major, int* minor, int* revision) {
   *major = found.major;
@@ -59,8 +60,12 @@ TEST_F(Binding, RefusesALibgit2WhoseRecordsItDoesNotKnow) {
       {{1, 10, 0}, "ERROR: libgit2 1.10.3 cannot be used. Versions 1.1 to 1.9 are supported.\n"},
       {{2, 1, 0}, "ERROR: libgit2 2.1.3 cannot be used. Versions 1.1 to 1.9 are supported.\n"},
       {{0, 28, 0}, "ERROR: libgit2 0.28.3 cannot be used. Versions 1.1 to 1.9 are supported.\n"},
-      {{1, 8, 1 << 11},
-       "ERROR: libgit2 1.8.3 cannot be used. It was built with experimental SHA-256 support.\n"},
+      {{1, 9, 1 << 11},
+       "ERROR: libgit2 1.9.3 cannot be used. Its commit ids have room for SHA-256, as in "
+       "experimental builds and in versions after 1.9.\n"},
+      {{1, 6, 0, true},
+       "ERROR: libgit2 1.6.3 cannot be used. Its commit ids have room for SHA-256, as in "
+       "experimental builds and in versions after 1.9.\n"},
   };
   std::list<MadeUpGit> libraries;  // each is asked once, so each row has its own
   for (const auto& row : rows) {
@@ -69,6 +74,9 @@ TEST_F(Binding, RefusesALibgit2WhoseRecordsItDoesNotKnow) {
     git.add(L"git_libgit2_version", tell_version);
     git.add(
         L"git_libgit2_features", +[] { return found.features; });
+    git.add(
+        L"git_oid_fmt",
+        +[](char* text, const git_oid*) { std::strcpy(text, found.has_long_ids ? "00" : "01"); });
     EXPECT_EQ(is_supported_libgit2(&git), row.message == nullptr);
     EXPECT_EQ(log_.text(), row.message ? row.message : "");
     log_.clear();
