@@ -8,78 +8,15 @@
 // taken down and comes up fresh when the bracket changed a process-wide option, or when what
 // libgit2 reads at its start has changed since.
 
-#include <dlfcn.h>
-#include <git2.h>
-#if __has_include(<git2/sys/errors.h>)
-#include <git2/sys/errors.h>  // has git_error_clear from 1.8 on
-#endif
-#include <sys/stat.h>
-
 #include <cstdarg>
-#include <cstdint>
-#include <cstdlib>
 #include <mutex>
-#include <optional>
-#include <string>
 
+#include "next.h"
 #include "process_options.h"
-
-#define EXPORT extern "C" __attribute__((visibility("default")))
+#include "regular_expressions.h"
+#include "start_state.h"
 
 namespace {
-
-template <class Function>
-Function* next(const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
-int real_init() { return next<decltype(git_libgit2_init)>("git_libgit2_init")(); }
-int real_shutdown() { return next<decltype(git_libgit2_shutdown)>("git_libgit2_shutdown")(); }
-
-std::optional<std::string> environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value ? std::optional<std::string>(value) : std::nullopt;
-}
-
-bool is_same(const std::optional<std::string>& kept, const char* name) {
-  const char* value = std::getenv(name);
-  return value ? kept && *kept == value : !kept;
-}
-
-// What libgit2 reads once, when it starts: where its configuration lies, and the trusted
-// authorities.
-class StartState {
- public:
-  void take() {
-    home_ = environment("HOME");
-    config_home_ = environment("XDG_CONFIG_HOME");
-    bundle_ = stat_bundle();
-  }
-
-  bool is_current() const {
-    return is_same(home_, "HOME") && is_same(config_home_, "XDG_CONFIG_HOME") &&
-           is_same_file(stat_bundle(), bundle_);
-  }
-
- private:
-  static constexpr const char* kBundle = "/etc/ssl/certs/ca-certificates.crt";
-
-  static struct stat stat_bundle() {
-    struct stat found {};
-    if (stat(kBundle, &found) != 0) found = {};
-    return found;
-  }
-
-  static bool is_same_file(const struct stat& left, const struct stat& right) {
-    return left.st_ino == right.st_ino && left.st_dev == right.st_dev &&
-           left.st_size == right.st_size && left.st_mtim.tv_sec == right.st_mtim.tv_sec &&
-           left.st_mtim.tv_nsec == right.st_mtim.tv_nsec;
-  }
-
-  std::optional<std::string> home_;
-  std::optional<std::string> config_home_;
-  struct stat bundle_ {};
-};
 
 class Libgit2 {
  public:
@@ -87,7 +24,7 @@ class Libgit2 {
     const std::lock_guard lock(mutex_);
     if (depth_ == 0 && is_up_ && (options_.has_changes() || !start_.is_current())) take_down();
     if (!is_up_) {
-      if (const int count = real_init(); count < 0) return count;
+      if (const int count = NEXT(git_libgit2_init)(); count < 0) return count;
       is_up_ = true;
       start_.take();
       options_.remember();
@@ -99,6 +36,7 @@ class Libgit2 {
     const std::lock_guard lock(mutex_);
     if (depth_ == 0) return 0;
     if (--depth_ > 0) return depth_;
+    give_back_match_block();
     git_error_clear();
     if (options_.has_changes()) take_down();
     return 0;
@@ -109,9 +47,14 @@ class Libgit2 {
     options_.note_change(option);
   }
 
+  void unload() {
+    const std::lock_guard lock(mutex_);
+    if (is_up_) take_down();
+  }
+
  private:
   void take_down() {
-    real_shutdown();
+    NEXT(git_libgit2_shutdown)();
     is_up_ = false;
     options_.restore();
   }
@@ -123,10 +66,27 @@ class Libgit2 {
   ProcessOptions options_;
 };
 
-// Lives as long as the process: whoever still holds a bracket at its end may use it.
+// Lives as long as the companion, and at the end of the process beyond it: whoever still holds a
+// bracket then may use it.
+Libgit2* instance = nullptr;
+std::once_flag made;
+
 Libgit2& libgit2() {
-  static auto* instance = new Libgit2;
+  std::call_once(made, [] { instance = new Libgit2; });
   return *instance;
+}
+
+// When the process ends, the destructors of objects run before any library is finished. When the
+// companion alone is unloaded, they are part of its finish and run after the functions for it.
+bool is_process_ending = false;
+struct EndOfProcess {
+  ~EndOfProcess() { is_process_ending = true; }
+} const end_of_process;
+
+__attribute__((destructor)) void unload() {
+  if (is_process_ending || !instance) return;
+  instance->unload();
+  delete instance;
 }
 
 }  // namespace
