@@ -14,6 +14,7 @@
 #include "next.h"
 #include "process_options.h"
 #include "regular_expressions.h"
+#include "ssh_hosts.h"
 #include "start_state.h"
 
 namespace {
@@ -26,6 +27,7 @@ class Libgit2 {
     if (!is_up_) {
       if (const int count = NEXT(git_libgit2_init)(); count < 0) return count;
       is_up_ = true;
+      guard_ssh_hosts();
       start_.take();
       options_.remember();
     }
@@ -54,6 +56,7 @@ class Libgit2 {
 
  private:
   void take_down() {
+    unguard_ssh_hosts();
     NEXT(git_libgit2_shutdown)();
     is_up_ = false;
     options_.restore();
