@@ -14,6 +14,7 @@
 #include "next.h"
 #include "process_options.h"
 #include "regular_expressions.h"
+#include "repository_lock.h"
 #include "ssh_hosts.h"
 #include "start_state.h"
 
@@ -94,9 +95,15 @@ __attribute__((destructor)) void unload() {
 
 }  // namespace
 
-EXPORT int git_libgit2_init() { return libgit2().open_bracket(); }
+EXPORT int git_libgit2_init() {
+  enter_bracket();
+  return libgit2().open_bracket();
+}
 
-EXPORT int git_libgit2_shutdown() { return libgit2().close_bracket(); }
+EXPORT int git_libgit2_shutdown() {
+  leave_bracket();
+  return libgit2().close_bracket();
+}
 
 EXPORT int git_libgit2_opts(int option, ...) {
   constexpr int refused = -1;
