@@ -21,6 +21,8 @@ constexpr char kRefusal[] =
     "one, or set UWUGIT_ACCEPT_SSH_HOSTS=1 to connect to any host";
 constexpr const char* kSchemes[] = {"ssh", "ssh+git", "git+ssh"};
 
+bool is_guarding = false;
+
 bool is_accepted() {
   const char* value = std::getenv(kAcceptance);
   return value && std::string_view(value) == "1";
@@ -45,11 +47,12 @@ int connect(git_transport** transport, git_remote* owner, void*) {
 }  // namespace
 
 void guard_ssh_hosts() {
-  if (are_hosts_checked()) return;
+  is_guarding = !are_hosts_checked();
+  if (!is_guarding) return;
   for (const char* scheme : kSchemes) git_transport_register(scheme, connect, nullptr);
 }
 
 void unguard_ssh_hosts() {
-  if (are_hosts_checked()) return;
+  if (!is_guarding) return;
   for (const char* scheme : kSchemes) git_transport_unregister(scheme);
 }

@@ -2,6 +2,7 @@
 // repositories. The process links no libgit2, so that only the companion keeps it up.
 #include <dlfcn.h>
 #include <git2.h>
+#include <git2/sys/transport.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -9,6 +10,15 @@
 
 #include "process.h"
 #include "support/module_test.h"
+
+// The version that the companion is told: its own call finds this program's function first.
+static int told_version = 190;
+int git_libgit2_version(int* major, int* minor, int* revision) {
+  *major = told_version / 100;
+  *minor = told_version / 10 % 10;
+  *revision = told_version % 10;
+  return 0;
+}
 
 namespace uwugit::test {
 namespace {
@@ -49,7 +59,24 @@ class Companion : public testing::Test {
     return path;
   }
 
-  static bool has_error() { return COMPANION(git_error_last)() != nullptr; }
+  // The error of this thread, empty when there is none.
+  static std::string error() {
+    const git_error* last = COMPANION(git_error_last)();
+    return last && last->klass != GIT_ERROR_NONE ? last->message : "";
+  }
+
+  // Whether libgit2 comes up anew for the next bracket: it then forgets an option that was set
+  // behind the companion's back.
+  static bool restarts() {
+    init();
+    const bool is_new = search_path(GIT_CONFIG_LEVEL_SYSTEM) != "/marked";
+    void* real = dlopen(UWUGIT_LIBGIT2_FILE, RTLD_NOW | RTLD_NOLOAD);
+    reinterpret_cast<decltype(&git_libgit2_opts)>(dlsym(real, "git_libgit2_opts"))(
+        GIT_OPT_SET_SEARCH_PATH, GIT_CONFIG_LEVEL_SYSTEM, "/marked");
+    dlclose(real);
+    shutdown();
+    return is_new;
+  }
 
   Sandbox sandbox_;
 };
@@ -74,10 +101,13 @@ TEST_F(Companion, ClearsTheErrorAtTheEndOfABracket) {
   git_repository* repo = nullptr;
   EXPECT_LT(COMPANION(git_repository_open)(&repo, "/nothing/here"), 0);
   shutdown();
-  EXPECT_TRUE(has_error()) << "the outer bracket is still open";
+  EXPECT_NE(error(), "") << "the outer bracket is still open";
   shutdown();
   init();
-  EXPECT_FALSE(has_error());
+  EXPECT_EQ(error(), "");
+  EXPECT_EQ(COMPANION(git_repository_open)(&repo, sandbox_.new_repository().c_str()), 0);
+  EXPECT_EQ(error(), "") << "left by a successful open";
+  COMPANION(git_repository_free)(repo);
   shutdown();
 }
 
@@ -86,8 +116,16 @@ TEST_F(Companion, ClearsTheErrorAtTheEndOfABracket) {
 TEST_F(Companion, SetsEveryOptionBack) {
   const auto numbers = [] {
     std::vector<std::size_t> values;
-    for (const int option : {GIT_OPT_GET_MWINDOW_SIZE, GIT_OPT_GET_MWINDOW_MAPPED_LIMIT,
-                             GIT_OPT_GET_MWINDOW_FILE_LIMIT, GIT_OPT_GET_PACK_MAX_OBJECTS}) {
+    for (const int option : {
+           GIT_OPT_GET_MWINDOW_SIZE, GIT_OPT_GET_MWINDOW_MAPPED_LIMIT,
+               GIT_OPT_GET_MWINDOW_FILE_LIMIT, GIT_OPT_GET_PACK_MAX_OBJECTS,
+#if HAS_PACK_MAX_OBJECT_SIZE
+               GIT_OPT_GET_PACK_MAX_OBJECT_SIZE,
+#endif
+#if HAS_SERVER_TIMEOUT
+               GIT_OPT_GET_SERVER_CONNECT_TIMEOUT, GIT_OPT_GET_SERVER_TIMEOUT,
+#endif
+         }) {
       std::size_t value = 0;
       opts(option, &value);
       values.push_back(value);
@@ -125,10 +163,20 @@ TEST_F(Companion, SetsEveryOptionBack) {
         GIT_OPT_SET_PACK_MAX_OBJECTS, GIT_OPT_SET_CACHE_MAX_SIZE}) {
     opts(option, std::size_t{12345});
   }
+#if HAS_PACK_MAX_OBJECT_SIZE
+  opts(GIT_OPT_SET_PACK_MAX_OBJECT_SIZE, std::size_t{12345});
+#endif
+#if HAS_SERVER_TIMEOUT
+  opts(GIT_OPT_SET_SERVER_CONNECT_TIMEOUT, 12345);
+  opts(GIT_OPT_SET_SERVER_TIMEOUT, 12345);
+#endif
   opts(GIT_OPT_SET_OWNER_VALIDATION, 0);
   opts(GIT_OPT_ENABLE_STRICT_OBJECT_CREATION, 0);
   opts(GIT_OPT_SET_SEARCH_PATH, GIT_CONFIG_LEVEL_GLOBAL, "/elsewhere");
   EXPECT_LT(opts(GIT_OPT_SET_USER_AGENT, "an agent that libgit2 frees and goes on using"), 0);
+#if HAS_USER_AGENT_PRODUCT
+  EXPECT_LT(opts(GIT_OPT_SET_USER_AGENT_PRODUCT, "the same"), 0);
+#endif
   EXPECT_NE(numbers(), before);
   EXPECT_TRUE(can_point_into_nothing());
   shutdown();
@@ -151,17 +199,47 @@ TEST_F(Companion, ComesUpFreshOnlyWhenItMust) {
   shutdown();
   EXPECT_EQ(real_count(), 0) << "a certificate location was installed";
 
-  for (const char* variable : {"HOME", "XDG_CONFIG_HOME"}) {
+  EXPECT_TRUE(restarts());
+  const std::string place = sandbox_.root() / "changed";
+  for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "SSL_CERT_DIR", "SSL_CERT_FILE"}) {
+    EXPECT_FALSE(restarts());
+    setenv(variable, place.c_str(), 1);
+    EXPECT_TRUE(restarts()) << variable;
+  }
+  EXPECT_TRUE(search_path(GIT_CONFIG_LEVEL_GLOBAL).starts_with(place));
+  write_file(place, "the file of authorities appears");
+  EXPECT_TRUE(restarts());
+  unsetenv("SSL_CERT_FILE");
+}
+
+TEST_F(Companion, ShutsLibgit2DownWhenItIsUnloaded) {
+  const fs::path file = sandbox_.root() / "another.so";
+  fs::copy_file(kLibraryFolder / "libgit2.so", file);
+  init();
+  void* other = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  reinterpret_cast<int (*)()>(dlsym(other, "git_libgit2_init"))();
+  EXPECT_EQ(real_count(), 2);
+  dlclose(other);
+  EXPECT_EQ(real_count(), 1);
+  shutdown();
+}
+
+TEST_F(Companion, RefusesSshWhereLibgit2DoesNotCheckHosts) {
+  const auto is_refused = [this] {
+    setenv("HOME", (sandbox_.root() / std::to_string(told_version)).c_str(), 1);  // for a restart
+    git_transport* transport = nullptr;
     init();
+    const int code = COMPANION(git_transport_new)(&transport, nullptr, "ssh://localhost/repo");
+    if (transport) transport->free(transport);
     shutdown();
-    const fs::path folder = sandbox_.root() / variable;
-    fs::create_directories(folder);
-    setenv(variable, folder.c_str(), 1);
-    init();
-    const int level =
-        variable == std::string("HOME") ? GIT_CONFIG_LEVEL_GLOBAL : GIT_CONFIG_LEVEL_XDG;
-    EXPECT_TRUE(search_path(level).starts_with(folder.string())) << search_path(level);
-    shutdown();
+    return code == GIT_ECERTIFICATE;
+  };
+  for (const int version : {144, 145, 150, 151}) {
+    told_version = version;
+    EXPECT_EQ(is_refused(), version == 144 || version == 150) << version;
+    setenv("UWUGIT_ACCEPT_SSH_HOSTS", "1", 1);
+    EXPECT_FALSE(is_refused());
+    unsetenv("UWUGIT_ACCEPT_SSH_HOSTS");
   }
 }
 
