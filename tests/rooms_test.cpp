@@ -86,10 +86,10 @@ void seen_operation(const char*, int a, int b, int c, int d, int e, int f, int g
 }
 }
 #if defined(__x86_64__)
-asm("keep_identity: movq %r10, seen_identity(%rip)\n jmp seen_operation");
+asm(".globl keep_identity\n keep_identity: movq %r10, seen_identity(%rip)\n jmp seen_operation");
 #else
-asm("keep_identity: adrp x16, seen_identity\n str x17, [x16, :lo12:seen_identity]\n"
-    "b seen_operation");
+asm(".globl keep_identity\n keep_identity: adrp x16, seen_identity\n"
+    "str x17, [x16, :lo12:seen_identity]\n b seen_operation");
 #endif
 
 TEST(Stubs, PassEveryArgumentThroughAndTellTheirIdentity) {
