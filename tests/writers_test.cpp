@@ -31,7 +31,7 @@ TEST_F(Writer, LosesNothingOfAnother) {
     local repo, me = arg[1], arg[2]
     for round = 1, 15 do
       local name = me .. round
-      assert(io.open(repo .. "/" .. name, "w")):close()
+      for _, file in ipairs {name, me .. 1} do assert(io.open(repo .. "/" .. file, "w")):close() end
       assert(git.get_status(repo) >= 1)
       assert(git.add_files_to_index(repo, name, "new") == 0)
       assert(git.do_commit(repo, "HEAD", me, "me@example.org", name) == 0)
