@@ -8,59 +8,17 @@
 // taken down and comes up fresh when the bracket changed a process-wide option, or when what
 // libgit2 reads at its start has changed since.
 
-#include <sys/stat.h>
-
 #include <cstdarg>
-#include <cstdlib>
 #include <mutex>
-#include <optional>
-#include <string>
-#include <string_view>
 
 #include "next.h"
 #include "process_options.h"
+#include "regular_expressions.h"
+#include "repository_lock.h"
+#include "ssh_hosts.h"
+#include "start_state.h"
 
 namespace {
-
-std::optional<std::string_view> environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value ? std::optional<std::string_view>(value) : std::nullopt;
-}
-
-// What libgit2 reads once, when it starts: where its configuration lies, and the trusted
-// authorities.
-class StartState {
- public:
-  void take() {
-    home_ = environment("HOME");
-    config_home_ = environment("XDG_CONFIG_HOME");
-    bundle_ = stat_bundle();
-  }
-
-  bool is_current() const {
-    return home_ == environment("HOME") && config_home_ == environment("XDG_CONFIG_HOME") &&
-           is_same_file(stat_bundle(), bundle_);
-  }
-
- private:
-  static constexpr const char* kBundle = "/etc/ssl/certs/ca-certificates.crt";
-
-  static struct stat stat_bundle() {
-    struct stat found {};
-    if (stat(kBundle, &found) != 0) found = {};
-    return found;
-  }
-
-  static bool is_same_file(const struct stat& left, const struct stat& right) {
-    return left.st_ino == right.st_ino && left.st_dev == right.st_dev &&
-           left.st_size == right.st_size && left.st_mtim.tv_sec == right.st_mtim.tv_sec &&
-           left.st_mtim.tv_nsec == right.st_mtim.tv_nsec;
-  }
-
-  std::optional<std::string> home_;
-  std::optional<std::string> config_home_;
-  struct stat bundle_ {};
-};
 
 class Libgit2 {
  public:
@@ -70,6 +28,7 @@ class Libgit2 {
     if (!is_up_) {
       if (const int count = NEXT(git_libgit2_init)(); count < 0) return count;
       is_up_ = true;
+      guard_ssh_hosts();
       start_.take();
       options_.remember();
     }
@@ -80,6 +39,7 @@ class Libgit2 {
     const std::lock_guard lock(mutex_);
     if (depth_ == 0) return 0;
     if (--depth_ > 0) return depth_;
+    give_back_match_block();
     git_error_clear();
     if (options_.has_changes()) take_down();
     return 0;
@@ -90,8 +50,14 @@ class Libgit2 {
     options_.note_change(option);
   }
 
+  void unload() {
+    const std::lock_guard lock(mutex_);
+    if (is_up_) take_down();
+  }
+
  private:
   void take_down() {
+    unguard_ssh_hosts();
     NEXT(git_libgit2_shutdown)();
     is_up_ = false;
     options_.restore();
@@ -104,17 +70,40 @@ class Libgit2 {
   ProcessOptions options_;
 };
 
-// It is never destroyed, because a bracket can still be open when the process ends.
+// Lives as long as the companion, and at the end of the process beyond it: whoever still holds a
+// bracket then may use it.
+Libgit2* instance = nullptr;
+std::once_flag made;
+
 Libgit2& libgit2() {
-  static auto* instance = new Libgit2;
+  std::call_once(made, [] { instance = new Libgit2; });
   return *instance;
+}
+
+// When the process ends, the destructors of objects run before any library is finished. When the
+// companion alone is unloaded, they are part of its finish and run after the functions for it.
+bool is_process_ending = false;
+struct EndOfProcess {
+  ~EndOfProcess() { is_process_ending = true; }
+} const end_of_process;
+
+__attribute__((destructor)) void unload() {
+  if (is_process_ending || !instance) return;
+  instance->unload();
+  delete instance;
 }
 
 }  // namespace
 
-EXPORT int git_libgit2_init() { return libgit2().open_bracket(); }
+EXPORT int git_libgit2_init() {
+  enter_bracket();
+  return libgit2().open_bracket();
+}
 
-EXPORT int git_libgit2_shutdown() { return libgit2().close_bracket(); }
+EXPORT int git_libgit2_shutdown() {
+  leave_bracket();
+  return libgit2().close_bracket();
+}
 
 EXPORT int git_libgit2_opts(int option, ...) {
   constexpr int refused = -1;

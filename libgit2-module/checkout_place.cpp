@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "next.h"
+#include "one_writer.h"
 #include "special_file.h"
 
 namespace {
@@ -78,12 +79,15 @@ int check_out(git_repository* repo, const git_checkout_options* given, Call call
 
 EXPORT int git_checkout_tree(git_repository* repo, const git_object* tree,
                              const git_checkout_options* given) {
-  return check_out(repo, given, [=](const git_checkout_options* options) {
-    return NEXT(git_checkout_tree)(repo, tree, options);
+  if (const int code = LOCK(repo)) return code;
+  const Current current(repo, tree);
+  return check_out(repo, given, [&](const git_checkout_options* options) {
+    return NEXT(git_checkout_tree)(repo, current, options);
   });
 }
 
 EXPORT int git_checkout_head(git_repository* repo, const git_checkout_options* given) {
+  if (const int code = LOCK(repo)) return code;
   return check_out(repo, given, [=](const git_checkout_options* options) {
     return NEXT(git_checkout_head)(repo, options);
   });
@@ -99,6 +103,7 @@ EXPORT int git_checkout_index(git_repository* repo, git_index* index,
 // A hard reset is a checkout by force, whatever its options say.
 EXPORT int git_reset(git_repository* repo, const git_object* commit, git_reset_t kind,
                      const git_checkout_options* given) {
+  if (const int code = LOCK(repo)) return code;
   const auto reset = [=](const git_checkout_options* options) {
     return NEXT(git_reset)(repo, commit, kind, options);
   };

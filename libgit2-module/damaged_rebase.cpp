@@ -6,9 +6,11 @@
 
 #include "dropped_commits.h"
 #include "next.h"
+#include "one_writer.h"
 
 EXPORT int git_rebase_open(git_rebase** out, git_repository* repo,
                            const git_rebase_options* options) {
+  if (const int code = LOCK(repo)) return code;
   const int code = NEXT(git_rebase_open)(out, repo, options);
   if (code < 0) return code;
   const std::size_t current = git_rebase_operation_current(*out);

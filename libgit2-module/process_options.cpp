@@ -14,10 +14,37 @@ decltype(&git_libgit2_opts) real_opts() {
 }
 
 constexpr int kReadingOptions[] = {
-    GIT_OPT_GET_MWINDOW_SIZE,      GIT_OPT_GET_MWINDOW_MAPPED_LIMIT, GIT_OPT_GET_SEARCH_PATH,
-    GIT_OPT_GET_CACHED_MEMORY,     GIT_OPT_GET_TEMPLATE_PATH,        GIT_OPT_GET_USER_AGENT,
-    GIT_OPT_GET_WINDOWS_SHAREMODE, GIT_OPT_GET_PACK_MAX_OBJECTS,     GIT_OPT_GET_MWINDOW_FILE_LIMIT,
-    GIT_OPT_GET_EXTENSIONS,        GIT_OPT_GET_OWNER_VALIDATION,
+    GIT_OPT_GET_MWINDOW_SIZE,
+    GIT_OPT_GET_MWINDOW_MAPPED_LIMIT,
+    GIT_OPT_GET_SEARCH_PATH,
+    GIT_OPT_GET_CACHED_MEMORY,
+    GIT_OPT_GET_TEMPLATE_PATH,
+    GIT_OPT_GET_USER_AGENT,
+    GIT_OPT_GET_WINDOWS_SHAREMODE,
+    GIT_OPT_GET_PACK_MAX_OBJECTS,
+    GIT_OPT_GET_MWINDOW_FILE_LIMIT,
+    GIT_OPT_GET_EXTENSIONS,
+    GIT_OPT_GET_OWNER_VALIDATION,
+#if HAS_SERVER_TIMEOUT
+    GIT_OPT_GET_HOMEDIR,
+    GIT_OPT_GET_SERVER_CONNECT_TIMEOUT,
+    GIT_OPT_GET_SERVER_TIMEOUT,
+#endif
+#if HAS_USER_AGENT_PRODUCT
+    GIT_OPT_GET_USER_AGENT_PRODUCT,
+#endif
+#if HAS_PACK_MAX_OBJECT_SIZE
+    GIT_OPT_GET_PACK_MAX_OBJECT_SIZE,
+#endif
+};
+
+// libgit2 frees these when it shuts down, and goes on using them when it comes up again.
+constexpr int kRefusedOptions[] = {
+    GIT_OPT_SET_USER_AGENT,
+    GIT_OPT_SET_SSL_CIPHERS,
+#if HAS_USER_AGENT_PRODUCT
+    GIT_OPT_SET_USER_AGENT_PRODUCT,
+#endif
 };
 
 struct ReadableOption {
@@ -31,6 +58,13 @@ constexpr ReadableOption kReadableOptions[] = {
     {GIT_OPT_GET_PACK_MAX_OBJECTS, GIT_OPT_SET_PACK_MAX_OBJECTS},
     {GIT_OPT_GET_OWNER_VALIDATION, GIT_OPT_SET_OWNER_VALIDATION},
     {GIT_OPT_GET_CACHED_MEMORY, GIT_OPT_SET_CACHE_MAX_SIZE},
+#if HAS_SERVER_TIMEOUT
+    {GIT_OPT_GET_SERVER_CONNECT_TIMEOUT, GIT_OPT_SET_SERVER_CONNECT_TIMEOUT},
+    {GIT_OPT_GET_SERVER_TIMEOUT, GIT_OPT_SET_SERVER_TIMEOUT},
+#endif
+#if HAS_PACK_MAX_OBJECT_SIZE
+    {GIT_OPT_GET_PACK_MAX_OBJECT_SIZE, GIT_OPT_SET_PACK_MAX_OBJECT_SIZE},
+#endif
 };
 
 // Options that can be set but not read, with libgit2's documented or built-in defaults.
@@ -63,6 +97,11 @@ constexpr CacheLimit kCacheLimits[] = {
     {GIT_OBJECT_TAG, 4096},
 };
 
+template <std::size_t n>
+bool is_one_of(const int (&options)[n], int option) {
+  return std::find(std::begin(options), std::end(options), option) != std::end(options);
+}
+
 }  // namespace
 
 int forward_option(int option, va_list arguments) {
@@ -73,20 +112,15 @@ int forward_option(int option, va_list arguments) {
   return real_opts()(option, first, second, third);
 }
 
-bool is_refused_option(int option) {
-  return option == GIT_OPT_SET_USER_AGENT || option == GIT_OPT_SET_SSL_CIPHERS;
-}
+bool is_refused_option(int option) { return is_one_of(kRefusedOptions, option); }
 
-bool is_changing_option(int option) {
-  return std::find(std::begin(kReadingOptions), std::end(kReadingOptions), option) ==
-         std::end(kReadingOptions);
-}
+bool is_changing_option(int option) { return !is_one_of(kReadingOptions, option); }
 
 void ProcessOptions::remember() {
-  static_assert(std::size(kReadableOptions) == kReadable);
+  static_assert(std::size(kReadableOptions) <= kMostReadable);
   if (has_values_) return;
   has_values_ = true;
-  for (std::size_t i = 0; i < kReadable; ++i) {
+  for (std::size_t i = 0; i < std::size(kReadableOptions); ++i) {
     if (kReadableOptions[i].get == GIT_OPT_GET_CACHED_MEMORY) {
       std::size_t used = 0;  // it answers the memory in use and then the limit
       real_opts()(GIT_OPT_GET_CACHED_MEMORY, &used, &values_[i]);
@@ -105,7 +139,7 @@ void ProcessOptions::restore() {
   const auto is_changed = [this](int option) {
     return changed_.test(static_cast<std::size_t>(option));
   };
-  for (std::size_t i = 0; i < kReadable; ++i) {
+  for (std::size_t i = 0; i < std::size(kReadableOptions); ++i) {
     if (is_changed(kReadableOptions[i].set)) real_opts()(kReadableOptions[i].set, values_[i]);
   }
   for (const SwitchOption& option : kSwitchOptions) {

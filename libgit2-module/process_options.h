@@ -8,8 +8,7 @@
 // Passes an option with its arguments on to libgit2.
 int forward_option(int option, va_list arguments);
 
-// Whether an option cannot be set: libgit2 frees its value when it shuts down, and goes on using it
-// when it comes up again.
+// Whether an option cannot be set, because its value would not outlive a shutdown of libgit2.
 bool is_refused_option(int option);
 
 // Whether an option sets something. One that is not known here counts as setting.
@@ -30,9 +29,9 @@ class ProcessOptions {
  private:
   // libgit2 1.9 has fewer options. The last place stands for all options of higher numbers.
   static constexpr std::size_t kMostOptions = 64;
-  static constexpr std::size_t kReadable = 6;
+  static constexpr std::size_t kMostReadable = 9;
 
   std::bitset<kMostOptions> changed_;
   bool has_values_ = false;
-  std::size_t values_[kReadable] = {};
+  std::size_t values_[kMostReadable] = {};
 };

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "next.h"
+#include "one_writer.h"
 #include "special_file.h"
 #include "unwritten_commit.h"
 
@@ -193,6 +194,7 @@ int check_all(git_repository* repo, std::uint32_t flags) {
 
 EXPORT int git_stash_save(git_oid* id, git_repository* repo, const git_signature* stasher,
                           const char* message, std::uint32_t flags) {
+  if (const int code = LOCK(repo)) return code;
   if (const int code = check_all(repo, flags)) return code;
   const int code = call_with_text(NEXT(git_stash_save), id, repo, stasher, message, flags);
   return confirm_commit(code, repo, id, kStash);

@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <git2.h>
+#include <git2/sys/transport.h>
 #include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <sys/stat.h>
@@ -86,7 +87,7 @@ TEST_F(Brackets, BeginAfreshWhenWhatLibgit2ReadAtItsStartHasChanged) {
     EXPECT_EQ(calls_of_a_bracket(), "shutdown init clear ");
     EXPECT_EQ(calls_of_a_bracket(), "clear ");
   };
-  for (const char* variable : {"HOME", "XDG_CONFIG_HOME"}) {
+  for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "SSL_CERT_DIR", "SSL_CERT_FILE"}) {
     for (const char* value : {"/a", "/b", "", static_cast<const char*>(nullptr), ""}) {
       begins_afresh_once(value ? setenv(variable, value, 1) : unsetenv(variable));
     }
@@ -107,22 +108,38 @@ TEST_F(Brackets, BeginAfreshWhenWhatLibgit2ReadAtItsStartHasChanged) {
 // nothing, "no" does not reach libgit2. After any other libgit2 is taken down, and gets the values
 // that stand here. Values that can be read are 1000 and the number of the option that reads them.
 TEST_F(Brackets, SetBackWhatOutlivesAShutdown) {
-  const std::string_view options[] = {
+  std::vector<std::string> options = {
       "-",     "=1000", "-",     "=1002", "-",  "",      "=1=4096 =2=4096 =3=0 =4=4096",
       "=1009", "=1",    "-",     "-",     "",   "",      "no",
       "=1",    "=1",    "no",    "-",     "=1", "=0",    "-",
       "",      "=1",    "=0",    "=0",    "-",  "=1025", "=0",
       "=0",    "-",     "=1029", "=2",    "=1", "-",     "",
       "-",     "=1035"};
+  options.resize(101);
+  const auto can_be_read = [&](int get, int set) {
+    options[get] = "-";
+    options[set] = "=" + std::to_string(1000 + get);
+  };
+#if HAS_PACK_MAX_OBJECT_SIZE
+  can_be_read(GIT_OPT_GET_PACK_MAX_OBJECT_SIZE, GIT_OPT_SET_PACK_MAX_OBJECT_SIZE);
+#endif
+#if HAS_SERVER_TIMEOUT
+  can_be_read(GIT_OPT_GET_SERVER_CONNECT_TIMEOUT, GIT_OPT_SET_SERVER_CONNECT_TIMEOUT);
+  can_be_read(GIT_OPT_GET_SERVER_TIMEOUT, GIT_OPT_SET_SERVER_TIMEOUT);
+  options[GIT_OPT_GET_HOMEDIR] = "-";
+#endif
+#if HAS_USER_AGENT_PRODUCT
+  options[GIT_OPT_GET_USER_AGENT_PRODUCT] = "-";
+  options[GIT_OPT_SET_USER_AGENT_PRODUCT] = "no";
+#endif
   for (int option = 0; option <= 100; ++option) {
-    const std::string_view leads_to =
-        option < static_cast<int>(std::size(options)) ? options[option] : "";
+    const std::string& leads_to = options[option];
     const bool is_refused = leads_to == "no";
     const std::string name = std::to_string(option);
     const char* given = option == 100 ? "=1=2=3 " : option == 6 ? "=1=2 " : "=1 ";
     std::string expected = is_refused ? "clear " : name + given + "clear ";
     if (!is_refused && leads_to != "-") expected += "shutdown ";
-    std::istringstream values{std::string(leads_to)};
+    std::istringstream values(leads_to);
     for (std::string value; values >> value && value[0] == '=';) expected += name + value + " ";
     calls_of_a_bracket();
     init();
@@ -130,6 +147,33 @@ TEST_F(Brackets, SetBackWhatOutlivesAShutdown) {
     shutdown();
     EXPECT_EQ(calls(), expected);
   }
+}
+
+TEST_F(Brackets, RefuseSshWhereLibgit2DoesNotCheckHosts) {
+  auto*& connect = *find<git_transport_cb>("guard");
+  for (const int version : {144, 145, 150, 151}) {
+    *find<int>("told_version") = version;
+    setenv("HOME", std::to_string(version).c_str(), 1);  // libgit2 comes up again
+    connect = nullptr;
+    calls_of_a_bracket();
+    ASSERT_EQ(connect != nullptr, version == 144 || version == 150) << version;
+    if (!connect) continue;
+    EXPECT_EQ(connect(nullptr, nullptr, nullptr), GIT_ECERTIFICATE);
+    setenv("UWUGIT_ACCEPT_SSH_HOSTS", "1", 1);
+    EXPECT_EQ(connect(nullptr, nullptr, nullptr), 0);
+    unsetenv("UWUGIT_ACCEPT_SSH_HOSTS");
+  }
+}
+
+TEST_F(Brackets, EndWhenTheCompanionIsUnloaded) {
+  calls_of_a_bracket();
+  const fs::path file = sandbox_.root() / "another.so";
+  fs::copy_file(UWUGIT_RECORDED_COMPANION, file);
+  void* another = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  reinterpret_cast<int (*)()>(dlsym(another, "git_libgit2_init"))();
+  EXPECT_EQ(calls(), "init ");
+  dlclose(another);
+  EXPECT_EQ(calls(), "shutdown ");
 }
 
 // The companion as it is delivered.

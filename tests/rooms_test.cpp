@@ -80,10 +80,10 @@ void seen_operation(const char* text, int a, int b, int c, int d, int e, int f, 
 void xpselec(), xpopset(), xyrcgef(), wzrlchr(), xyrngef(), zkelver(), wtrsset(), wiinstl();
 }
 #if defined(__x86_64__)
-asm("keep_identity: movq %r10, seen_identity(%rip)\n jmp seen_operation");
+asm(".globl keep_identity\n keep_identity: movq %r10, seen_identity(%rip)\n jmp seen_operation");
 #else
-asm("keep_identity: adrp x16, seen_identity\n str x17, [x16, :lo12:seen_identity]\n"
-    "b seen_operation");
+asm(".globl keep_identity\n keep_identity: adrp x16, seen_identity\n"
+    "str x17, [x16, :lo12:seen_identity]\n b seen_operation");
 #endif
 
 TEST(Stubs, PassEveryArgumentThroughAndTellTheirIdentity) {
@@ -298,7 +298,8 @@ TEST_F(Rooms, RefuseALibgit2WhoseRecordsTheyDoNotKnow) {
     EXPECT_EQ(log_.text(), "ERROR: libgit2 " + std::to_string(major) + "." + std::to_string(minor) +
                                ".3 cannot be used. " +
                                (features == 0 ? "Versions 1.1 to 1.9 are supported."
-                                              : "It was built with experimental SHA-256 support.") +
+                                              : "Its commit ids have room for SHA-256, as in "
+                                                "experimental builds and in versions after 1.9.") +
                                "\nERROR: Unable to load libgit2 module.\n");
     log_.clear();
   }

@@ -135,17 +135,18 @@ TEST_F(Transport, LeavesEverythingAsItWasWhenItIsNotLetIn) {
   EXPECT_EQ(host_.pools().counters().pools, 0u);
 }
 
-// The server's word about the branch does not reach the caller.
-TEST_F(Transport, PushAnswersSuccessForABranchThatTheServerRefuses) {
+TEST_F(Transport, PushTellsTheServersWordsForABranchThatItRefuses) {
   clone_by_path();
   write_file(bare_ / "hooks/update", "#!/bin/sh\nexit 1\n");
   fs::permissions(bare_ / "hooks/update", fs::perms::owner_all);
   const std::string before = remote_main();
   commit_here("mine", "mine\n");
   const std::string url = all_.url("git", "/remote.git");
-  EXPECT_EQ(transfer("do_push", url), "0 NOTE: Push successful!\n");
+  EXPECT_EQ(
+      transfer("do_push", url),
+      "4 ERROR: Return code from GIT is (4). the server refused refs/heads/main: hook declined\n");
   EXPECT_EQ(remote_main(), before);
-  EXPECT_EQ(git(work_, {"rev-parse", "origin/main"}), before) << "by which callers can tell";
+  EXPECT_EQ(git(work_, {"rev-parse", "origin/main"}), before);
 }
 
 class FaultyTransport : public Transfer {

@@ -10,7 +10,7 @@ namespace uwugit {
 namespace {
 
 // The records that the module fills or reads by their compiled layout, the same in 1.1 to 1.9.
-static_assert(sizeof(git_oid) == GIT_OID_RAWSZ && GIT_OID_RAWSZ == 20);
+static_assert(sizeof(git_oid) == 20, "libgit2's headers are of a build with SHA-256 support");
 static_assert(sizeof(git_error) == 16 && offsetof(git_error, klass) == 8);
 static_assert(sizeof(git_strarray) == 16 && offsetof(git_strarray, count) == 8);
 static_assert(sizeof(git_status_options) == 48 && offsetof(git_status_options, flags) == 8);
@@ -22,6 +22,8 @@ static_assert(sizeof(git_merge_options) == 48 && offsetof(git_merge_options, fil
 static_assert(sizeof(git_repository_init_options) == 56);
 static_assert(offsetof(git_repository_init_options, workdir_path) == 16);
 static_assert(offsetof(git_repository_init_options, initial_head) == 40);
+static_assert(sizeof(git_rebase_options) == 240);
+static_assert(offsetof(git_rebase_options, checkout_options) == 72);
 static_assert(sizeof(git_rebase_operation) == 32 && offsetof(git_rebase_operation, id) == 4);
 static_assert(sizeof(git_stash_apply_options) == 168);
 static_assert(offsetof(git_stash_apply_options, checkout_options) == 8);
@@ -39,27 +41,40 @@ struct Version {
 constexpr int kOldest = Version{1, 1}.order();
 constexpr int kNewest = Version{1, 9}.order();
 constexpr int kRefusesNull = Version{1, 2}.order();
-constexpr int kExperimentalSha256 = 1 << 11;  // of git_libgit2_features
+constexpr int kSha256 = 1 << 11;  // of git_libgit2_features
 
 // What the library that is in use told of itself.
 struct Libgit2 {
   GitModule* git = nullptr;
   bool has_version = false;
   Version version;
-  bool is_sha256_experimental = false;
+  bool has_long_ids = false;
 };
+
+// Libraries with SHA-256 support, which was an option first, have ids of 33 bytes. Their features
+// show it from 1.9 on only. Before that it shows in the text of an id: there, the first byte is not
+// part of the id but tells its kind, of which 1 is the old one.
+bool has_long_ids(GitModule* git) {
+  if ((if_found(GIT(git, git_libgit2_features)) & kSha256) != 0) return true;
+  auto* format = GIT(git, git_oid_fmt);
+  if (!format) return false;
+  constexpr std::size_t kLongestId = 64;
+  alignas(git_oid) const unsigned char id[kLongestId] = {1};
+  char text[2 * kLongestId] = {};
+  format(text, reinterpret_cast<const git_oid*>(id));
+  return std::memcmp(text, "00", 2) == 0;
+}
 
 // Asks when the loaded module is another one than at the call before, so that the first function of
 // an ordinary call is libgit2's initialisation.
 const Libgit2& library(GitModule* git) {
   static Libgit2 latest;
   if (latest.git == git) return latest;
-  latest = {.git = git, .has_version = false, .version = {}, .is_sha256_experimental = false};
+  latest = {.git = git, .has_version = false, .version = {}, .has_long_ids = false};
   if (auto* ask = GIT(git, git_libgit2_version)) {
     ask(&latest.version.major, &latest.version.minor, &latest.version.revision);
     latest.has_version = true;
-    const int features = if_found(GIT(git, git_libgit2_features));
-    latest.is_sha256_experimental = (features & kExperimentalSha256) != 0;
+    latest.has_long_ids = has_long_ids(git);
   }
   return latest;
 }
@@ -105,7 +120,7 @@ bool is_supported_libgit2(GitModule* git) {
   if (!found.has_version) return true;
   const Version& version = found.version;
   const bool is_known = version.order() >= kOldest && version.order() <= kNewest;
-  if (is_known && !found.is_sha256_experimental) return true;
+  if (is_known && !found.has_long_ids) return true;
   xpslog(is_known ? message::kUnsupportedSha256 : message::kUnsupportedVersion, version.major,
          version.minor, version.revision);
   return false;

@@ -3,6 +3,9 @@
 #pragma once
 
 #include <git2.h>
+#if __has_include(<git2/sys/errors.h>)
+#include <git2/sys/errors.h>  // has git_error_clear from 1.8 on
+#endif
 
 #include <type_traits>
 

@@ -15,7 +15,8 @@ inline constexpr char kUnableToLoad[] = "%1zUnable to load libgit2 module.";
 inline constexpr char kUnsupportedVersion[] =
     "%1zlibgit2 %d.%d.%d cannot be used. Versions 1.1 to 1.9 are supported.";
 inline constexpr char kUnsupportedSha256[] =
-    "%1zlibgit2 %d.%d.%d cannot be used. It was built with experimental SHA-256 support.";
+    "%1zlibgit2 %d.%d.%d cannot be used. Its commit ids have room for SHA-256, as in experimental "
+    "builds and in versions after 1.9.";
 
 // libgit2's own errors
 inline constexpr char kGitError[] = "%1zReturn code from GIT is (%d). %s\n";

@@ -1,5 +1,5 @@
 // For calls that cannot release what they made, because the test took the release function away, or
-// because libgit2 1.5 does not: it leaks with each SSH connection. (See also tests/leaks.supp.)
+// because libgit2 1.5 does not: it leaks with each SSH connection.
 #pragma once
 
 #include <optional>

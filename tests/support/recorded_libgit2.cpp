@@ -1,5 +1,6 @@
 // Stands in for libgit2 under a companion: does nothing, and writes down what it was asked for.
 #include <git2.h>
+#include <git2/sys/transport.h>
 
 #include <cstdarg>
 #include <string>
@@ -18,7 +19,24 @@ int git_libgit2_shutdown() {
   return 0;
 }
 
-void git_error_clear() { recorded_calls += "clear "; }
+int told_version = 151;
+int git_libgit2_version(int* major, int* minor, int* revision) {
+  *major = told_version / 100;
+  *minor = told_version / 10 % 10;
+  *revision = told_version % 10;
+  return 0;
+}
+
+git_transport_cb guard = nullptr;
+int git_transport_register(const char*, git_transport_cb connect, void*) {
+  guard = connect;
+  return 0;
+}
+int git_transport_unregister(const char*) { return 0; }
+int git_transport_smart(git_transport**, git_remote*, void*) { return 0; }
+
+extern "C" int git_error_set_str(int, const char*) { return 0; }
+extern "C" void git_error_clear() { recorded_calls += "clear "; }
 
 // An option that gets an address is one that reads: it answers 1000 and its number, by the last
 // address it has, and is not written down. The others are, with the arguments that they have.
