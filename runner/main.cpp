@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <iostream>
 
 #include "commands/commands.h"
 
@@ -145,10 +146,19 @@ int parse_and_run(int argc, char** argv) {
   return line.status;
 }
 
+// Both ways out are in use. What was lost on either before shows here as well.
+bool is_output_written() {
+  std::cout.flush();
+  return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
-  return parse_and_run(argc, argv);
+  const int status = parse_and_run(argc, argv);
+  if (is_output_written()) return status;
+  std::fputs("uwugit: the output could not be written\n", stderr);
+  return kExitFailure;
 } catch (const std::exception& error) {
   std::fflush(stdout);
   std::fprintf(stderr, "uwugit: %s\n", error.what());

@@ -72,7 +72,8 @@ constexpr Function kFunctions[] = {
         .summary = "Checks a local branch out and points HEAD at it.",
         .details =
             "Local changes that the branch does not touch are kept; where they would be "
-            "overwritten, the checkout is refused. The name is resolved as any revision, but HEAD "
+            "overwritten, the checkout is refused. What is only staged is overwritten, and so are "
+            "ignored files in the way. The name is resolved as any revision, but HEAD "
             "is always pointed at the local branch of that name: checking out a tag \"v1\" or a "
             "commit's id checks that tree out and leaves HEAD on a branch of that name that has no "
             "commit yet. The safe way to a tag is create_branch with \"refs/tags/v1\" (for an "

@@ -22,7 +22,7 @@ constexpr ResultRow kMergeResults[] = {
     failure(-2, "the merge left conflicts, each noted in the log"),
     failure(-3,
             "libgit2 could not merge, for example because local changes would be overwritten: "
-            "nothing was touched"),
+            "nothing was touched, except where the disk is full"),
     success_unchanged("HEAD's branch was fast-forwarded, as a note says; or, with an error in the "
                       "log, HEAD is not on a branch with a commit, a step failed, or libgit2 could "
                       "not be loaded or initialised"),
@@ -40,7 +40,8 @@ constexpr Function kFunctions[] = {
             "in progress. To conclude such a merge, edit the files, stage them with "
             "add_files_to_index and give do_commit the branch's id as second parent. Any merge "
             "that git had in progress is ended as well, even when there is nothing to merge: "
-            "conclude it first. A tag that has the name of the branch would become the merge's "
+            "conclude it first. Ignored files in the way are overwritten. A tag that has the name "
+            "of the branch would become the merge's "
             "second parent: keep their names apart.",
         .parameters = kMergeParameters,
         .results = kMergeResults,

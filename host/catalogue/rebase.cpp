@@ -34,7 +34,8 @@ constexpr Parameter kOperationParameters[] = {
 constexpr ResultRow kOperationResults[] = {
     success(0, "the rebase has ended and HEAD is on the branch"),
     failure(-1,
-            "failed: no rebase is in progress, the next commit conflicts as well, or there is no "
+            "failed: no rebase is in progress, a commit conflicts or cannot be applied (the rebase "
+            "stays in progress), what is staged was not committed, or there is no "
             "such branch (the rebase itself has then ended, and HEAD is on no branch)"),
     failure_unchanged("there is no such operation, or libgit2 could not be loaded or initialised"),
 };
@@ -45,8 +46,10 @@ constexpr Function kFunctions[] = {
         .summary = "Applies the commits of a branch on top of another commit.",
         .details = "The commits that lead to the named one, and that the other commit does not "
                    "have, are applied in their order. Check the branch out first: the branch that "
-                   "HEAD is on is the one that is moved, whatever commit is named. The working "
-                   "tree must be without changes to tracked files. Authors and messages are kept, "
+                   "HEAD is on is the one that is moved, whatever commit is named; with nothing "
+                   "to apply it moves to the other commit, unless commits of its own would be left "
+                   "behind. Ignored files in the way are overwritten. The working tree must be "
+                   "without changes to tracked files. Authors and messages are kept, "
                    "and the committer is the one named; merges are left out and their commits made "
                    "linear. When a commit conflicts, or when its change is there already, the call "
                    "ends with -1 and the rebase stays in progress for rebase_operation. An attempt "
@@ -65,9 +68,12 @@ constexpr Function kFunctions[] = {
                    "commits that are left. CONTINUE applies the commits that are left: before it, "
                    "edit the files, stage them with add_files_to_index and commit them on \"HEAD\" "
                    "with do_commit. A resolution that is only staged is not enough, nor are files "
-                   "left as they are: CONTINUE then drops the commits that are left, and answers "
-                   "0. FINISH ends the rebase without applying what is left. ABORT goes back to "
-                   "the commit where the rebase started. All of them move the branch named, and "
+                   "left as they are: CONTINUE then fails and drops nothing. (**Without the "
+                   "companion it drops the commits that are left, and answers 0.**) FINISH ends "
+                   "the rebase without applying what is left. ABORT goes back to the commit where "
+                   "the rebase started. SKIP and ABORT discard what was changed in tracked files "
+                   "since the stop, ABORT also untracked files in the way. All of them move the "
+                   "branch named, and "
                    "point HEAD at it, so take care to name the branch that is being rebased.",
         .parameters = kOperationParameters,
         .results = kOperationResults,

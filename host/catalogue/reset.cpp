@@ -36,8 +36,9 @@ constexpr Function kFunctions[] = {
         .name = "reset_to_commit",
         .summary = "Moves the current branch to a commit.",
         .details = "SOFT leaves index and working tree as they are, MIXED unstages everything, "
-                   "HARD also overwrites local changes of tracked files, which are lost; untracked "
-                   "files stay. Stash or commit what is to be kept. A prefix of an id finds no "
+                   "HARD also overwrites local changes of tracked files, which are lost, and "
+                   "untracked files where the commit has a file; others stay. Stash or commit what "
+                   "is to be kept. A prefix of an id finds no "
                    "commit. When another process has locked the index or the branch, -1 can leave "
                    "a MIXED or HARD reset half way: call again once the lock is gone.",
         .parameters = kResetParameters,

@@ -49,7 +49,10 @@ constexpr Function kFunctions[] = {
     {
         .name = "stash",
         .summary = "Puts the changes of tracked files aside and restores the files to HEAD.",
-        .details = "Staged changes are among them; untracked and ignored files stay as they are.",
+        .details = "Staged changes are among them; untracked and ignored files stay as they are. "
+                   "With the companion the call is refused, with the path, when such a file or "
+                   "folder stands where HEAD has one and would be lost. What is only in the index "
+                   "is not restored by stash_pop: docs/safety.md tells the way.",
         .parameters = kStashParameters,
         .results = kStashResults,
         .example = R"(git.stash("/home/me/project", "Me", "me@example.org"))",

@@ -42,7 +42,7 @@ constexpr ResultRow kPullResults[] = {
     kOtherError,
 };
 constexpr ResultRow kPushResults[] = {
-    success(0, "the server took the commits; **it may still have refused to move the branch**"),
+    success(0, "the server took the commits and moved the branch"),
     kNotOpened,
     kNotAuthenticated,
     kNothingDone,
@@ -64,7 +64,9 @@ constexpr Function kFunctions[] = {
         .registered_name = "GIT_PULL",
         .summary = "Fetches the current branch from \"origin\" and merges what arrived.",
         .details = "A merge commit is made in the name \"Merge\". Commit local changes first: a "
-                   "merge that would overwrite them is refused. **After conflicts no merge is in "
+                   "merge that would overwrite them is refused; ignored files in the way are "
+                   "overwritten. A merge that git had in progress is ended. **After conflicts no "
+                   "merge is in "
                    "progress**: what is committed then has one parent, and the next pull meets the "
                    "same conflict until our side has the other side's text; docs/transport.md "
                    "tells how to go on. With a detached HEAD nothing is merged.",
@@ -77,9 +79,9 @@ constexpr Function kFunctions[] = {
         .registered_name = "GIT_PUSH",
         .summary = "Pushes the current branch to the branch of that name on \"origin\".",
         .details =
-            "**A push that a hook or a protected branch of the server refuses still answers 0.** "
-            "To be sure, call do_fetch afterwards and compare the branch with origin's, for "
-            "example with `git status --short --branch`: nothing may be ahead.",
+            "A branch that the server refuses to move (a hook, a protected branch) is an error "
+            "with the server's words. **Without the companion such a push answers 0**: to be sure, "
+            "call do_fetch afterwards and compare the branch with origin's.",
         .parameters = kBranchParameters,
         .results = kPushResults,
         .example = R"(local code = git.do_push("/home/me/project", "me", "{uwugit1}..."))",

@@ -4,6 +4,7 @@
 // operations is undone and made again. So that nobody waits for ever, attempts that keep ending
 // alike end the rebase.
 
+#include <cstring>
 #include <utility>
 
 #include "ops/branches.h"
@@ -27,6 +28,10 @@ struct Rebase {
   Held<git_signature> signature;
   Held<git_reference> head;  // as it was at the start
 };
+
+bool is_same_id(const git_oid& left, const git_oid& right) {
+  return std::memcmp(left.id, right.id, sizeof left.id) == 0;
+}
 
 // The full name of the branch that HEAD was on; null when it was on none.
 const char* head_branch(const RepoCall& call, const Rebase& rebase) {
@@ -81,16 +86,19 @@ bool undo_attempt(const RepoCall& call, const Rebase& rebase, git_rebase* attemp
   return true;
 }
 
-// libgit2's abort leaves HEAD detached at the commit that was to be rebased. A branch without a
-// commit has nothing to check out.
+// The commit that HEAD was at; false when its branch had none.
+bool find_head_commit(const RepoCall& call, const Rebase& rebase, git_oid* id) {
+  const git_oid* target = if_found(GIT(call, git_reference_target), rebase.head.it);
+  if (target) *id = *target;
+  return target || required(GIT(call, git_reference_name_to_id), id, call.repo.it,
+                            head_branch(call, rebase)) == 0;
+}
+
+// Rebasing leaves HEAD detached. A branch without a commit has nothing to check out.
 void put_head_back(const RepoCall& call, const Rebase& rebase) {
   const char* branch = head_branch(call, rebase);
-  const git_oid* target = if_found(GIT(call, git_reference_target), rebase.head.it);
   git_oid id{};
-  if (target) id = *target;
-  const bool has_commit =
-      target || required(GIT(call, git_reference_name_to_id), &id, call.repo.it, branch) == 0;
-  if ((has_commit && check_out(call, &id, kCheckoutSafe) < 0) ||
+  if ((find_head_commit(call, rebase, &id) && check_out(call, &id, kCheckoutSafe) < 0) ||
       (branch ? required(GIT(call, git_repository_set_head), call.repo.it, branch)
               : required(GIT(call, git_repository_set_head_detached), call.repo.it, &id)) < 0) {
     call.give_up();
@@ -125,6 +133,19 @@ bool rebase_in_attempts(const RepoCall& call, const Rebase& rebase, git_oid* las
   }
 }
 
+// When there was nothing to rebase, the result is the onto commit. Where HEAD's branch is another
+// one than was named and has commits that the onto commit does not have, it stays at them.
+int keep_own_commits(const RepoCall& call, const Rebase& rebase, git_oid* last_commit) {
+  git_oid tip{};
+  if (!is_same_id(*last_commit, rebase.onto_id) || !find_head_commit(call, rebase, &tip) ||
+      is_same_id(tip, rebase.branch_id) || is_same_id(tip, rebase.onto_id) ||
+      if_found(GIT(call, git_graph_descendant_of), call.repo.it, &rebase.onto_id, &tip) == 1) {
+    return 0;
+  }
+  *last_commit = tip;
+  return check_out(call, &tip, kCheckoutSafe);
+}
+
 void rebase_branch(const RepoCall& call) {
   Rebase rebase(call);
   const PoolText name = call.text(3);
@@ -136,7 +157,8 @@ void rebase_branch(const RepoCall& call) {
   }
   git_oid last_commit{};
   if (!rebase_in_attempts(call, rebase, &last_commit)) return;
-  if (set_branch_to_head(call, call.repo.it, head_branch(call, rebase), last_commit) < 0) {
+  if (keep_own_commits(call, rebase, &last_commit) < 0 ||
+      set_branch_to_head(call, call.repo.it, head_branch(call, rebase), last_commit) < 0) {
     return call.fail();
   }
   call.succeed(message::kRebased);

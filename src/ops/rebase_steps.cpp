@@ -40,9 +40,9 @@ void fail_rebase(const RepoCall& call) {
 }
 
 // An operation that libgit2 cannot give, for whatever reason, is passed over: that the count falls
-// short tells `rebase` so. `rebase_operation` has no count to compare, which is why a resolution
-// must have been committed before CONTINUE: with changes that are only staged, libgit2 gives none
-// of the operations that are left.
+// short tells `rebase` so. `rebase_operation` has no count to compare: with changes that are only
+// staged, libgit2 by itself gives none of the operations that are left and finishes without them.
+// The companion's libgit2 refuses to finish then.
 bool commit_operations(const RepoCall& call, git_rebase* rebase, const git_signature* signature,
                        Progress* progress, git_oid* last_commit) {
   for (std::size_t asked = 1;; ++asked) {

@@ -31,10 +31,9 @@ void fetch(const RepoCall& call) {
   call.succeed(message::kFetched);
 }
 
-// The answer is about the connection, not about the branch: a server that takes the commits and
-// then refuses to move the branch (a hook, a protected branch) tells so in a report that libgit2
-// gives to a callback only, and the push counts as successful. Programs that must be sure fetch
-// afterwards and compare.
+// A server that takes the commits and then refuses to move the branch (a hook, a protected branch)
+// tells so in a report that libgit2 gives to a callback only. The companion fills it in; with a
+// libgit2 of its own the push counts as successful, and programs fetch afterwards and compare.
 int push_to(const RepoCall& call, const Origin& origin, const char* branch) {
   TransferOptions options;
   origin.credentials.prepare(Transfer::kPush, &options);

@@ -26,8 +26,10 @@ rebase(topic, main)
 show [[git log --format='%an %ae %cn %ce %B' --reverse main..topic
 for branch in topic expected; do git log --format='%T %an %ae %ad %cn %B' $branch | git hash-object --stdin; done]]
 
--- The branch that HEAD is on is moved, to the commit itself when there is nothing to apply; without
--- a branch the rebase fails in the end.
+-- The branch that HEAD is on is moved, to the commit itself when there is nothing to apply, but not
+-- away from commits of its own; without a branch the rebase fails in the end.
+rebase(main, main)
+run "git switch --quiet --create behind main~1"
 rebase(main, main)
 run "git switch --quiet --create elsewhere main"
 rebase(topic, main)
