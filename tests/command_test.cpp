@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "process.h"
+#include "support/expected.h"
 #include "support/module_test.h"
 
 namespace uwugit::test {
@@ -31,7 +32,7 @@ TEST(Command, AnswersAsInTheTranscript) {
   const auto run = [&] {
     if (command.empty()) return;
     const auto result = runner::run({"sh", "-c", command});
-    std::string shown = std::regex_replace(result.output, library, "LIBRARY");
+    std::string shown = std::regex_replace(in_usual_words(result.output), library, "LIBRARY");
     shown = std::regex_replace(shown, folder, "FOLDER");
     if (result.status != 0) shown += "[" + std::to_string(result.status) + "]\n";
     EXPECT_EQ(shown, expected) << command;

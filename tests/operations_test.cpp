@@ -196,6 +196,7 @@ TEST_F(Operations, RebaseByTheTypeOfAnOperation) {
     return rc;
   });
   for (given = 0; given < 6; ++given) {
+    run("git reset -q --hard " + tip);
     tell({"rebase", path_, tip, onto, "Me", "me@example.org"});
     told << given << ": " << run("git log --format=%s | paste -sd' '") << "\n";
   }

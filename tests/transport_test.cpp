@@ -38,7 +38,6 @@ class Transport : public Transfer {
   Transport() {
     const std::string known = read_file(all_.file("known_ed25519"));
     write_file(all_.file("none"), "");
-    write_file(all_.file("known_rsa_too"), read_file(all_.file("known_rsa")) + known);
     write_file(all_.file("known_changed"),
                known.substr(0, known.find("ssh-")) + read_file(all_.file("user_ed25519.pub")));
   }
@@ -125,7 +124,7 @@ TEST_F(Transport, LeavesEverythingAsItWasWhenItIsNotLetIn) {
   const std::string before = state(), remote_before = remote_main();
   for (const Row& row : rows(true)) {
     for (const char* function : kFunctions) {
-      EXPECT_EQ(call(function, row), row.answer) << function << " " << row.line;
+      EXPECT_PRED2(is_like, call(function, row), row.answer) << function << " " << row.line;
     }
     EXPECT_FALSE(fs::exists(cloned_)) << row.line;
     EXPECT_EQ(state(), before) << row.line;
@@ -229,8 +228,8 @@ TEST_F(FaultyTransport, OutlivesAServerThatHangsUp) {
     const FaultyServer server({.answer = "HTTP/1.1 200 OK\r\nContent-Type: application/x-git-" +
                                          service + "-advertisement\r\nContent-Length: " +
                                          std::to_string(list.size()) + "\r\n\r\n" + list});
-    EXPECT_EQ(transfer(function, server.url("http")),
-              "12 ERROR: Return code from GIT is (12). error sending data: Broken pipe\n");
+    EXPECT_PRED2(is_like, transfer(function, server.url("http")),
+                 "12 ERROR: Return code from GIT is (12). error *: Broken pipe\n");
     EXPECT_EQ(state(), before_);
     sigprocmask(SIG_BLOCK, nullptr, &mask);
     sigpending(&pending);

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <map>
+#include <regex>
 #include <sstream>
 
 namespace uwugit::test {
@@ -44,6 +45,10 @@ std::string first_difference(const std::string& written, const std::string& expe
 
 }  // namespace
 
+std::string in_usual_words(const std::string& log) {
+  return std::regex_replace(log, std::regex("find repository at '"), "find repository from '");
+}
+
 void expect_text(const fs::path& file, std::string written, const Sandbox& sandbox) {
   // Programs work in a temporary folder inside the sandbox.
   const std::string root = fs::canonical(sandbox.root());
@@ -54,7 +59,7 @@ void expect_text(const fs::path& file, std::string written, const Sandbox& sandb
   for (std::size_t at; (at = written.find("FOLDER/uwugit-")) != std::string::npos;) {
     written.erase(at + sizeof "FOLDER" - 1, inner.size());
   }
-  written = with_numbered_ids(written);
+  written = with_numbered_ids(in_usual_words(written));
   if (std::getenv("UWUGIT_WRITE_EXPECTED")) write_file(file, written);
   EXPECT_EQ(first_difference(written, read_file(file)), "") << file;
 }

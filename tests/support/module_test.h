@@ -1,6 +1,7 @@
 // Tests that call the module as a host does: loaded from its file, through the calling convention.
 #pragma once
 
+#include <fnmatch.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -17,6 +18,9 @@ inline const fs::path kModuleFile = kLibraryFolder / "uwugit_p.so";
 // For EXPECT_PRED2, which shows both when it fails.
 inline bool starts_with(const std::string& text, std::string_view start) {
   return text.starts_with(start);
+}
+inline bool is_like(const std::string& text, const std::string& pattern) {
+  return fnmatch(pattern.c_str(), text.c_str(), FNM_EXTMATCH) == 0;
 }
 
 // Each test has a host, a freshly loaded module and a sandbox of its own.
