@@ -1,13 +1,6 @@
-// Tells the address sanitizer, when it is there, which bytes of a pool are in use.
+// Tells the address sanitizer, when it is there (the build says so), which bytes of a pool are in
+// use.
 #pragma once
-
-#if defined(__SANITIZE_ADDRESS__)
-#define UWUGIT_HAS_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define UWUGIT_HAS_ASAN 1
-#endif
-#endif
 
 #ifdef UWUGIT_HAS_ASAN
 #include <sanitizer/asan_interface.h>

@@ -11,6 +11,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -108,15 +109,17 @@ TEST_F(Brackets, BeginAfreshWhenWhatLibgit2ReadAtItsStartHasChanged) {
 // nothing, "no" does not reach libgit2. After any other libgit2 is taken down, and gets the values
 // that stand here. Values that can be read are 1000 and the number of the option that reads them.
 TEST_F(Brackets, SetBackWhatOutlivesAShutdown) {
-  std::vector<std::string> options = {
-      "-",     "=1000", "-",     "=1002", "-",  "",      "=1=4096 =2=4096 =3=0 =4=4096",
-      "=1009", "=1",    "-",     "-",     "",   "",      "no",
-      "=1",    "=1",    "no",    "-",     "=1", "=0",    "-",
-      "",      "=1",    "=0",    "=0",    "-",  "=1025", "=0",
-      "=0",    "-",     "=1029", "=2",    "=1", "-",     "",
-      "-",     "=1035"};
-  options.resize(101);
-  const auto can_be_read = [&](int get, int set) {
+  std::map<int, std::string> options;
+  for (const char* leads_to :
+       {"-",     "=1000", "-",     "=1002", "-",  "",      "=1=4096 =2=4096 =3=0 =4=4096",
+        "=1009", "=1",    "-",     "-",     "",   "",      "no",
+        "=1",    "=1",    "no",    "-",     "=1", "=0",    "-",
+        "",      "=1",    "=0",    "=0",    "-",  "=1025", "=0",
+        "=0",    "-",     "=1029", "=2",    "=1", "-",     "",
+        "-",     "=1035"}) {
+    options.emplace(options.size(), leads_to);
+  }
+  [[maybe_unused]] const auto can_be_read = [&](int get, int set) {
     options[get] = "-";
     options[set] = "=" + std::to_string(1000 + get);
   };
@@ -133,7 +136,7 @@ TEST_F(Brackets, SetBackWhatOutlivesAShutdown) {
   options[GIT_OPT_SET_USER_AGENT_PRODUCT] = "no";
 #endif
   for (int option = 0; option <= 100; ++option) {
-    const std::string& leads_to = options[option];
+    const std::string leads_to = options[option];
     const bool is_refused = leads_to == "no";
     const std::string name = std::to_string(option);
     const char* given = option == 100 ? "=1=2=3 " : option == 6 ? "=1=2 " : "=1 ";

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef UWUGIT_HAS_ASAN
 #include <sanitizer/lsan_interface.h>
 namespace uwugit::test {
 using LeaksOnPurpose = __lsan::ScopedDisabler;
