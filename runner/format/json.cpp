@@ -1,0 +1,115 @@
+#include <charconv>
+
+#include "format/writer.h"
+
+namespace uwugit::runner {
+namespace {
+
+// Objects with the columns' names, in an array or one a line.
+class JsonWriter : public RowWriter {
+ public:
+  JsonWriter(const host::RowSet& set, ColumnList columns, std::FILE* file, bool is_lines)
+      : set_(set), columns_(std::move(columns)), file_(file), is_lines_(is_lines) {}
+
+  void row(host::RowReader& reader) override {
+    if (!is_lines_) line_ += is_first_ ? "[\n  " : ",\n  ";
+    is_first_ = false;
+    line_ += '{';
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      if (i > 0) line_ += ',';
+      const host::Column& column = set_.columns[columns_[i]];
+      line_ += '"';
+      line_ += column.name;
+      line_ += "\":";
+      add(column.type, reader.cell(columns_[i]));
+    }
+    line_ += is_lines_ ? "}\n" : "}";
+    write();
+  }
+
+  void end() override {
+    if (is_lines_) return;
+    line_ += is_first_ ? "[]\n" : "\n]\n";
+    write();
+  }
+
+ private:
+  void add(host::ColumnType type, const host::Cell& cell) {
+    if (cell.is_null) {
+      line_ += "null";
+      return;
+    }
+    switch (type) {
+      case host::ColumnType::kText:
+        add_text(cell.text);
+        break;
+      case host::ColumnType::kIds:
+        add_ids(cell.text);
+        break;
+      case host::ColumnType::kFlag:
+        line_ += cell.number != 0 ? "true" : "false";
+        break;
+      default: {
+        char text[24];
+        line_.append(text, std::to_chars(text, text + sizeof text, cell.number).ptr);
+      }
+    }
+  }
+
+  void add_text(std::string_view text) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    valid_.clear();
+    append_utf8(valid_, text);
+    line_ += '"';
+    for (const char c : valid_) {
+      const auto byte = static_cast<unsigned char>(c);
+      if (c == '"' || c == '\\') {
+        line_ += '\\';
+        line_ += c;
+      } else if (c == '\n') {
+        line_ += "\\n";
+      } else if (byte < ' ') {
+        line_ += "\\u00";
+        line_ += kDigits[byte >> 4];
+        line_ += kDigits[byte & 15];
+      } else {
+        line_ += c;
+      }
+    }
+    line_ += '"';
+  }
+
+  void add_ids(std::string_view ids) {
+    line_ += '[';
+    while (!ids.empty()) {
+      const std::string_view id = ids.substr(0, ids.find(','));
+      ids.remove_prefix(std::min(id.size() + 1, ids.size()));
+      line_ += '"';
+      line_ += id;
+      line_ += ids.empty() ? "\"" : "\",";
+    }
+    line_ += ']';
+  }
+
+  void write() {
+    std::fwrite(line_.data(), 1, line_.size(), file_);
+    line_.clear();
+  }
+
+  const host::RowSet& set_;
+  ColumnList columns_;
+  std::FILE* file_;
+  bool is_lines_;
+  bool is_first_ = true;
+  std::string line_;   // reused from row to row
+  std::string valid_;  // the same
+};
+
+}  // namespace
+
+std::unique_ptr<RowWriter> make_json_writer(const host::RowSet& set, ColumnList columns,
+                                            std::FILE* file, bool is_lines) {
+  return std::make_unique<JsonWriter>(set, std::move(columns), file, is_lines);
+}
+
+}  // namespace uwugit::runner

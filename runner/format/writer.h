@@ -1,0 +1,45 @@
+// Rows as text: a table for people, CSV, JSON and JSON lines for programs.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "uwugithost/rows.h"
+
+namespace uwugit::runner {
+
+// A column that is shown: its place in the set of rows.
+using ColumnList = std::vector<std::size_t>;
+
+class RowWriter {
+ public:
+  virtual ~RowWriter() = default;
+  virtual void row(host::RowReader& reader) = 0;
+  virtual void end() {}
+};
+
+enum class Format { kTable, kCsv, kJson, kJsonLines };
+
+// Writes to a file that stays open. The table is as wide as the terminal; when the file is none, as
+// wide as it must be.
+std::unique_ptr<RowWriter> make_writer(Format format, const host::RowSet& set, ColumnList columns,
+                                       std::FILE* file);
+
+std::unique_ptr<RowWriter> make_csv_writer(const host::RowSet& set, ColumnList columns,
+                                           std::FILE* file);
+std::unique_ptr<RowWriter> make_json_writer(const host::RowSet& set, ColumnList columns,
+                                            std::FILE* file, bool is_lines);
+std::unique_ptr<RowWriter> make_table_writer(const host::RowSet& set, ColumnList columns,
+                                             std::FILE* file);
+
+// Appends a text with every byte that is not part of valid UTF-8 replaced by U+FFFD.
+void append_utf8(std::string& to, std::string_view text);
+
+// How many columns of a terminal the text takes, and its beginning that takes at most so many. The
+// text is valid UTF-8.
+std::size_t display_width(std::string_view text);
+std::string_view cut_to_width(std::string_view text, std::size_t width);
+
+}  // namespace uwugit::runner
