@@ -9,6 +9,7 @@
 #include <iostream>
 
 #include "commands/commands.h"
+#include "row_options.h"
 
 namespace {
 
@@ -25,6 +26,7 @@ struct CommandLine {
   std::optional<std::vector<std::string>> plain_words;  // after "--", when it was there
   bool is_markdown = false;
   bool is_manual_page = false;
+  std::string place = ".";  // a folder in the repository
   int status = kExitSuccess;
 };
 
@@ -36,9 +38,7 @@ CLI::App* add_command(CommandLine& line, const char* name, const char* what) {
   return command;
 }
 
-CLI::App* add_session_command(CommandLine& line, const char* name, const char* what) {
-  CLI::App* command = add_command(line, name, what);
-  SessionOptions& options = line.session;
+void add_session_options(CLI::App* command, SessionOptions& options) {
   command->add_option("--module", options.module_file, "The module to load")
       ->type_name("FILE")
       ->envname("UWUGIT_MODULE");
@@ -52,7 +52,36 @@ CLI::App* add_session_command(CommandLine& line, const char* name, const char* w
   command->add_flag("--trace", options.is_traced,
                     "Show each libgit2 function looked up, with the time until the next one");
   command->add_flag("--memory", options.is_memory_shown, "Show pools and bytes at the end");
+}
+
+CLI::App* add_session_command(CommandLine& line, const char* name, const char* what) {
+  CLI::App* command = add_command(line, name, what);
+  add_session_options(command, line.session);
   return command;
+}
+
+// The commands that show rows. Each has a copy of the options' values of its own, as it presets
+// some.
+void add_row_commands(CommandLine& line) {
+  static constexpr std::pair<const char*, const char*> kCommands[] = {
+      {"status", "Show the changed files"},
+      {"log", "Show the history"},
+      {"diff", "Show what differs between two commits, or since HEAD"},
+      {"refs", "Show branches, tags and the stash"},
+      {"changes", "Show which files each commit changed, and by how many lines"},
+  };
+  for (const auto& [name, what] : kCommands) {
+    CLI::App* command = add_command(line, name, what);
+    auto rows = std::make_shared<RowsCommand>();
+    command->add_option("-C", line.place, "A folder in the repository (the current one)")
+        ->type_name("REPO");
+    add_row_options(command, rows.get());
+    add_session_options(command, line.session);
+    command->callback([&line, rows] {
+      rows->place = line.place;
+      line.status = show_rows(line.session, *rows);
+    });
+  }
 }
 
 // What follows "--" on the line of `run` or `call` is never an option. It is taken off the line
@@ -133,6 +162,9 @@ int parse_and_run(int argc, char** argv) {
   CommandLine line;
   line.app.set_version_flag("--version", kVersion);
   line.app.require_subcommand(1);
+  line.app.add_option("-C", line.place, "A folder in the repository, for status to changes")
+      ->type_name("REPO");
+  add_row_commands(line);
   for (const auto add :
        {add_run, add_call, add_shell, add_functions, add_info, add_encode_password}) {
     add(line);

@@ -4,6 +4,7 @@ namespace uwugit::host {
 namespace {
 
 constexpr Listing kListing = {"get_status", "get_status_attribute", "free_status_objects"};
+constexpr std::size_t kStaged = 2;  // its place among the columns
 constexpr Column kColumns[] = {
     {"path", ColumnType::kText, "path in the working tree", "PATH", as_text},
     {"status", ColumnType::kText,
@@ -14,13 +15,29 @@ constexpr Column kColumns[] = {
      "STAGED", as_flag},
 };
 
+class StatusRows : public ListedRows {
+ public:
+  StatusRows(const Repository& repository, const RowQuery& query)
+      : ListedRows(repository, kListing, {repository.path()}, kColumns),
+        is_staged_(query.is_staged) {}
+
+  bool next() override {
+    while (ListedRows::next()) {
+      if (!is_staged_ || *is_staged_ == (cell(kStaged).number != 0)) return true;
+    }
+    return false;
+  }
+
+ private:
+  std::optional<bool> is_staged_;
+};
+
 }  // namespace
 
 const std::span<const Column> kStatusColumns = kColumns;
 
-std::unique_ptr<RowReader> open_status(const Repository& repository, const RowQuery&) {
-  return std::make_unique<ListedRows>(repository, kListing, std::vector{repository.path()},
-                                      kColumns);
+std::unique_ptr<RowReader> open_status(const Repository& repository, const RowQuery& query) {
+  return std::make_unique<StatusRows>(repository, query);
 }
 
 }  // namespace uwugit::host

@@ -11,8 +11,8 @@ namespace uwugit::runner {
 namespace {
 
 constexpr std::size_t kMeasuredRows = 1000;  // that the widths of the columns are taken from
-constexpr std::size_t kNarrowest = 6;        // a column is not cut below this while another is wider
-constexpr std::size_t kShownId = 10;         // digits of an id
+constexpr std::size_t kNarrowest = 6;  // a column is not cut below this while another is wider
+constexpr std::size_t kShownId = 10;   // digits of an id
 constexpr std::size_t kGap = 2;
 constexpr char kCut[] = "…";
 
@@ -162,6 +162,10 @@ std::unique_ptr<RowWriter> make_writer(Format format, const host::RowSet& set, C
     case Format::kJson:
     case Format::kJsonLines:
       return make_json_writer(set, std::move(columns), file, format == Format::kJsonLines);
+    case Format::kStat:
+    case Format::kNumstat:
+    case Format::kPatch:
+      return make_diff_writer(format, set, file);
     default:
       return make_table_writer(set, std::move(columns), file);
   }

@@ -20,7 +20,15 @@ class RowWriter {
   virtual void end() {}
 };
 
-enum class Format { kTable, kCsv, kJson, kJsonLines };
+enum class Format {
+  kTable,
+  kCsv,
+  kJson,
+  kJsonLines,
+  kStat,  // these three are for the files of a diff
+  kNumstat,
+  kPatch,
+};
 
 // Writes to a file that stays open. The table is as wide as the terminal; when the file is none, as
 // wide as it must be.
@@ -33,6 +41,10 @@ std::unique_ptr<RowWriter> make_json_writer(const host::RowSet& set, ColumnList 
                                             std::FILE* file, bool is_lines);
 std::unique_ptr<RowWriter> make_table_writer(const host::RowSet& set, ColumnList columns,
                                              std::FILE* file);
+
+// The patch forms throw host::RepositoryError at a file whose content is not whole.
+std::unique_ptr<RowWriter> make_diff_writer(Format format, const host::RowSet& files,
+                                            std::FILE* file);
 
 // Appends a text with every byte that is not part of valid UTF-8 replaced by U+FFFD.
 void append_utf8(std::string& to, std::string_view text);

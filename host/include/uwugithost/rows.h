@@ -45,7 +45,9 @@ struct RowQuery {
   // file of the second counts as added; kIndex and kWorkingTree compare with HEAD.
   std::string first;
   std::string second;
-  std::string path;  // files and lines: only of this file; empty: of all
+  std::string path;  // files, lines and changes: only of this file; empty: of all
+
+  std::optional<bool> is_staged;  // status: only what is staged, or what is not
 
   // commits, parents and changes.
   std::uint64_t limit = std::numeric_limits<std::uint64_t>::max();
