@@ -33,7 +33,12 @@ make_world() {
     echo changed >kept; echo new >new; git add new; echo untracked >untracked; rm folder/deep
     cd ../rebasing
     on mine main file; echo more >more; git add .; git commit -qm more
-    git repack -adq
-    ! git rebase -q rival >/dev/null 2>&1
+    git repack -adq; git switch -q --detach rival
+    ! git cherry-pick -n mine~1 >/dev/null 2>&1 || exit 1
+    # The state as libgit2 keeps it: git's own has other files.
+    mkdir .git/rebase-merge; cd .git/rebase-merge
+    git rev-parse mine~1 | tee cmt.1 >current; git rev-parse mine | tee cmt.2 >orig-head
+    git rev-parse rival | tee onto >onto_name; echo refs/heads/mine >head-name
+    echo 1 >msgnum; echo 2 >end
   ) || exit 2
 }
