@@ -29,9 +29,10 @@ struct Words {
   std::set<std::string_view> parameters;
   std::vector<std::string> words;
 };
-const std::vector<std::string> kPaths = {"repo",      "rebasing", "bare",        "repo/",
-                                         "repo/.git", "none",     "repo/folder", "repo/file",
-                                         "",          " ",        ".",           "made/deep"};
+// What leads on stands there more than once.
+const std::vector<std::string> kPaths = {
+    "repo", "repo",      "repo",        "repo",      "rebasing", "rebasing", "bare", "repo/",
+    "none", "repo/.git", "repo/folder", "repo/file", "",         " ",        ".",    "made/deep"};
 const std::vector<std::string> kBranches = {"main",
                                             "rival",
                                             "topic",
@@ -64,10 +65,10 @@ std::vector<Words> words = {
     {{"operation"}, {"SKIP", "continue", "Finish", "ABORT "}},
     {{"refspec"}, {" ", "refs/heads/*:refs/remotes/origin/*", "+topic:refs/heads/got", ":"}},
     {{"attribute"},
-     {"PATH", "status", "STAGED", "ID", "AUTHOR", "EMAIL", "COMMITTER", "COMMITTER_EMAIL",
-      "MESSAGE", "TIME", "PARENT_IDS", "CHILDREN_IDS", "STASH", "IN_CURRENT_BRANCH", "FILE",
-      "DIFF_CONTENT", "DIFF_TYPE "}},
-    {{}, {" ", "me", "me@example.org", "<>", "%s%n%d", "{uwugit1}AAAA", "/dev/null"}}};
+     {"PATH", "ID", "FILE", "DIFF_CONTENT", "STAGED", "status", "AUTHOR", "EMAIL", "COMMITTER",
+      "COMMITTER_EMAIL", "MESSAGE", "TIME", "PARENT_IDS", "CHILDREN_IDS", "STASH",
+      "IN_CURRENT_BRANCH", "DIFF_TYPE "}},
+    {{}, {"me", "me@example.org", "me", " ", "<>", "%s%n%d", "{uwugit1}AAAA", "/dev/null"}}};
 
 const std::vector<std::string>& words_for(std::string_view parameter) {
   for (const Words& row : words) {
@@ -95,20 +96,26 @@ std::string harmless(std::string_view parameter, std::string text) {
   return is_path && !text.empty() && !is_inside(text) ? "repo" : text;
 }
 
+// What the calls of an input gave for a parameter of that name last: calls that belong together
+// name the same repository and the same commits.
+std::map<std::string_view, std::string> given;
+
 std::string choose_text(FuzzedDataProvider& input, std::string_view parameter) {
   constexpr std::size_t kLongest = 70'000;
   const auto pick = [&](const std::vector<std::string>& list) {
     return list[input.ConsumeIntegralInRange<std::size_t>(0, list.size() - 1)];
   };
-  switch (input.ConsumeIntegralInRange(0, 9)) {
-    case 0:
+  const int way = input.ConsumeIntegralInRange(0, 15);
+  if (way < 6 && given.contains(parameter)) return given[parameter];
+  switch (way) {
+    case 12:
       return input.ConsumeRandomLengthString(300);
-    case 1:
+    case 13:
       return std::string(input.ConsumeIntegralInRange<std::size_t>(0, kLongest),
                          input.ConsumeIntegral<char>());
-    case 2:
+    case 14:
       return pick(words[input.ConsumeIntegralInRange<std::size_t>(0, words.size() - 1)].words);
-    case 3:
+    case 15:
       return pick(words_for(parameter)) + input.ConsumeRandomLengthString(20);
     default:
       return pick(words_for(parameter));
@@ -117,8 +124,8 @@ std::string choose_text(FuzzedDataProvider& input, std::string_view parameter) {
 
 double choose_number(FuzzedDataProvider& input) {
   using Limits = std::numeric_limits<double>;
-  constexpr double kNumbers[] = {0,
-                                 1,
+  constexpr double kNumbers[] = {1,
+                                 0,
                                  2,
                                  3,
                                  -1,
@@ -162,14 +169,14 @@ void fill(Argument& argument, const host::Parameter& parameter, FuzzedDataProvid
     string.length = input.ConsumeIntegral<std::int8_t>();
     text.resize(static_cast<std::size_t>(std::max(string.capacity, 0)));
   } else {
-    text = harmless(parameter.name, choose_text(input, parameter.name));
+    text = given[parameter.name] = harmless(parameter.name, choose_text(input, parameter.name));
     const auto above = std::uint64_t{input.ConsumeIntegral<std::uint32_t>()} << 32;
-    const auto low = input.ConsumeIntegralInRange(0, 15) == 0
+    const auto low = input.ConsumeIntegralInRange(0, 31) == 31
                          ? input.ConsumeIntegralInRange<std::int32_t>(INT32_MIN, -1)
                          : static_cast<std::int32_t>(text.size());
     string.capacity = input.ConsumeIntegral<std::int32_t>();
     string.length = static_cast<std::int64_t>(above | static_cast<std::uint32_t>(low));
-    argument.is_null = input.ConsumeIntegralInRange(0, 31) == 0;
+    argument.is_null = input.ConsumeIntegralInRange(0, 63) == 63;
   }
   string.reserved = input.ConsumeIntegral<std::int32_t>();
   if (text.empty() && input.ConsumeBool()) return;
@@ -325,9 +332,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::vector<std::unique_ptr<Call>> made;
   bool is_world_changed = false;
   const auto functions = host::catalogue();
-  while (input.remaining_bytes() > 0 && made.size() < 10) {
-    const auto& function =
-        functions[input.ConsumeIntegralInRange<std::size_t>(0, functions.size() - 1)];
+  given.clear();
+  std::size_t next = 0;
+  while (input.remaining_bytes() > 0 && made.size() < 12) {
+    // Half of the time the next one of the catalogue: those that read a result stand behind its
+    // maker.
+    if (next == functions.size() || input.ConsumeBool()) {
+      next = input.ConsumeIntegralInRange<std::size_t>(0, functions.size() - 1);
+    }
+    const auto& function = functions[next++];
     is_world_changed |= !is_reading(function.name);
     made.push_back(std::make_unique<Call>(function, input));
     made.back()->make(function);
