@@ -132,10 +132,10 @@ def prepare(attack):
         shell(folder + "/repo", script)
 
 
-def fresh(name, folder):
+def fresh(attack, name, folder):
     """A copy of the function's folder, and the words of its call there."""
     shutil.rmtree(folder, ignore_errors=True)
-    subprocess.run(["cp", "-a", f"{os.path.dirname(folder)}/{name}", folder], check=True)
+    subprocess.run(["cp", "-a", f"{attack.folder}/{name}", folder], check=True)
     repo = folder + "/repo"
     if name != "set_remote_url":
         run(repo, "git", "config", "remote.origin.url", folder + "/origin.git")

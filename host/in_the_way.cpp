@@ -1,5 +1,7 @@
 #include "in_the_way.h"
 
+#include <sys/statvfs.h>
+
 #include <algorithm>
 #include <fstream>
 
@@ -16,6 +18,9 @@ constexpr unsigned kConfiguration = 8;
 // With a lock on this the function answers success, does nothing and logs nothing.
 constexpr unsigned kSilently = 16;
 constexpr unsigned kNoRebase = 32;
+
+// With less room left, a call that failed may have failed because of it.
+constexpr unsigned long kLittleRoom = 1 << 20;
 
 struct Need {
   std::string_view function;
@@ -122,16 +127,29 @@ void InTheWay::tell_lock(const fs::path& file) const {
              "When none is at work there, remove the file and call again.");
 }
 
+void InTheWay::tell_disk() const {
+  struct statvfs disk {};
+  if (statvfs(folder_.c_str(), &disk) != 0) return;
+  if ((disk.f_flag & ST_RDONLY) != 0) {
+    log_.error("The disk of " + folder_.string() + " is read-only.");
+  } else if (const unsigned long room = disk.f_bavail * disk.f_frsize; room < kLittleRoom) {
+    log_.error("The disk of " + folder_.string() + " is full: it has only " +
+               std::to_string(room / 1024) + " KB left.");
+  }
+}
+
 void InTheWay::tell_after(bool is_success) const {
   if (is_success && log_.errors() == errors_before_) {
     if (is_there(silent_)) tell_lock(silent_);
     return;
   }
+  if (needed_ == 0) return;
+  tell_disk();
   const auto tell = [this](const fs::path& lock) {
     if ((needed_ & kind_of(lock)) != 0) tell_lock(lock);
   };
   const auto tell_any = [this](const fs::path& lock) { tell_lock(lock); };
-  if (needed_ != 0) for_each_lock<fs::directory_iterator>(folder_, tell);
+  for_each_lock<fs::directory_iterator>(folder_, tell);
   if (common_ != folder_) for_each_lock<fs::directory_iterator>(common_, tell);
   for (const char* references : {"refs", "logs"}) {
     if ((needed_ & kReferences) == 0) break;

@@ -20,6 +20,7 @@ class InTheWay {
   void tell_after(bool is_success) const;
 
  private:
+  void tell_disk() const;
   void tell_lock(const std::filesystem::path& file) const;
 
   Log& log_;
