@@ -18,6 +18,7 @@ constexpr unsigned kConfiguration = 8;
 // With a lock on this the function answers success, does nothing and logs nothing.
 constexpr unsigned kSilently = 16;
 constexpr unsigned kNoRebase = 32;
+constexpr unsigned kWholeRebase = 64;
 
 // With less room left, a call that failed may have failed because of it.
 constexpr unsigned long kLittleRoom = 1 << 20;
@@ -45,7 +46,7 @@ constexpr Need kNeeds[] = {
     {"stash_apply", kIndex},
     {"stash_drop", kState | kReferences},
     {"rebase", kIndex | kState | kReferences | kNoRebase},
-    {"rebase_operation", kIndex | kState | kReferences},
+    {"rebase_operation", kIndex | kState | kReferences | kWholeRebase},
     {"set_remote_url", kConfiguration},
 };
 
@@ -80,6 +81,14 @@ fs::path rebase_in(const fs::path& folder) {
     if (is_there(folder / name)) return folder / name;
   }
   return {};
+}
+
+// Whether all commits of the rebase are noted: before that, and when they are removed, HEAD is on
+// its branch. A rebase of git's own is left to git.
+bool is_whole(const fs::path& rebase) {
+  if (rebase.filename() != "rebase-merge" || is_there(rebase / "interactive")) return true;
+  const std::string last = named_in(rebase / "end", "");
+  return last == "0" || is_there(rebase / ("cmt." + last));
 }
 
 // Calls the procedure with each lock file in a folder: all that is in it, or what is just in it.
@@ -138,6 +147,19 @@ void InTheWay::tell_disk() const {
   }
 }
 
+void InTheWay::tell_rebase() const {
+  if ((needed_ & (kNoRebase | kWholeRebase)) == 0 || rebase_.empty()) return;
+  if (!is_whole(rebase_)) {
+    log_.error(rebase_.string() +
+               " exists and is not complete: a rebase was ended as it began, or when it was done. "
+               "Remove this folder and call again.");
+  } else if ((needed_ & kNoRebase) != 0) {
+    log_.error(rebase_.string() +
+               " exists: a rebase is in progress. Go on with rebase_operation CONTINUE or SKIP, or "
+               "go back with ABORT; one that git began is ended with git rebase --abort.");
+  }
+}
+
 void InTheWay::tell_after(bool is_success) const {
   if (is_success && log_.errors() == errors_before_) {
     if (is_there(silent_)) tell_lock(silent_);
@@ -155,10 +177,7 @@ void InTheWay::tell_after(bool is_success) const {
     if ((needed_ & kReferences) == 0) break;
     for_each_lock<fs::recursive_directory_iterator>(common_ / references, tell_any);
   }
-  if ((needed_ & kNoRebase) == 0 || rebase_.empty()) return;
-  log_.error(rebase_.string() +
-             " exists: a rebase is in progress. Go on with rebase_operation CONTINUE or SKIP, or "
-             "go back with ABORT; one that git began is ended with git rebase --abort.");
+  tell_rebase();
 }
 
 }  // namespace uwugit::host

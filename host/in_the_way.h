@@ -21,6 +21,7 @@ class InTheWay {
 
  private:
   void tell_disk() const;
+  void tell_rebase() const;
   void tell_lock(const std::filesystem::path& file) const;
 
   Log& log_;
