@@ -148,7 +148,7 @@ void InTheWay::tell_disk() const {
 }
 
 void InTheWay::tell_rebase() const {
-  if ((needed_ & (kNoRebase | kWholeRebase)) == 0 || rebase_.empty()) return;
+  if ((needed_ & (kNoRebase | kWholeRebase)) == 0 || !is_there(rebase_)) return;
   if (!is_whole(rebase_)) {
     log_.error(rebase_.string() +
                " exists and is not complete: a rebase was ended as it began, or when it was done. "
