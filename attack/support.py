@@ -1,5 +1,6 @@
 """What the parts that attack the command share: repositories, calls, and what must hold afterwards."""
 
+import atexit
 import os
 import random
 import re
@@ -23,6 +24,7 @@ class Attack:
         self.random = random.Random(self.seed)
         self.faults = 0
         self.folder = tempfile.mkdtemp(prefix="uwugit-attack-", dir=os.environ.get("TMPDIR", "/dev/shm"))
+        atexit.register(shutil.rmtree, self.folder, ignore_errors=True)
         os.environ.update(HOME=self.folder, GIT_CONFIG_NOSYSTEM="1", NO_COLOR="1", LC_ALL="C.UTF-8")
         write(self.folder + "/.gitconfig", "[user]\nname=Me\nemail=me@example.org\n[init]\ndefaultBranch=main\n"
               "[gc]\nauto=0\n[advice]\ndetachedHead=false\n[safe]\ndirectory=*\n")
@@ -36,7 +38,6 @@ class Attack:
         print(f"FAULT (SEED={self.seed}) {case}: {text}", flush=True)
 
     def finish(self, figures):
-        shutil.rmtree(self.folder, ignore_errors=True)
         print(figures)
         sys.exit(1 if self.faults else 0)
 
