@@ -5,6 +5,8 @@
 #include <cstring>
 #include <limits>
 
+#include "in_the_way.h"
+
 namespace uwugit::host {
 namespace {
 
@@ -162,12 +164,15 @@ Outcome call_function(Host& host, const FunctionModule& module, const Function& 
     throw std::runtime_error("The module " + module.file().string() + " has no function " +
                              std::string(function.name) + ".");
   }
+  const InTheWay in_the_way(host.log(), function, values);
   Answer answer = call_once(host, implementation, function, values, kFirstCapacity);
   if (answer.wanted > 0) {
     answer = call_once(host, implementation, function, values, answer.wanted);
   }
   const ResultRow* row = find_result(function, answer.result);
-  return {answer.result, row && row->is_success, std::move(answer.outputs)};
+  const bool is_success = row && row->is_success;
+  in_the_way.tell_after(is_success);
+  return {answer.result, is_success, std::move(answer.outputs)};
 }
 
 std::vector<Value> values_from_words(const Function& function, std::span<const std::string> words) {

@@ -57,12 +57,17 @@ void Log::write_formatted(const char* text, std::va_list arguments) {
   }
   format_into(line_.text, text, arguments);
   if (line_.text.ends_with('\n')) line_.text.pop_back();
-  if (sink_) sink_(line_);
+  hand_on();
 }
 
 void Log::write(int level, std::string_view text) {
   line_.level = level;
   line_.text = text;
+  hand_on();
+}
+
+void Log::hand_on() {
+  if (line_.level == LogLine::kError) ++errors_;
   if (sink_) sink_(line_);
 }
 

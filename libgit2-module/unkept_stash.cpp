@@ -2,7 +2,8 @@
 // does not look into folders of which the index has nothing, nor at ignored files, nor at files
 // that are marked as unchanged. So some content is in neither afterwards: a file that was unstaged
 // as deleted and whose only copy is in the working tree; a folder or a nested repository in the
-// place of a file; a file in the place of a folder.
+// place of a file; a file in the place of a folder. And with an index that another has locked, it
+// makes the entry, takes the changes out of the files, and fails.
 //
 // Here git_stash_save looks for such content first, and refuses with its path. Content that HEAD
 // has as well is not lost. A named pipe, a socket or a device in the place of a file is refused
@@ -190,11 +191,20 @@ int check_all(git_repository* repo, std::uint32_t flags) {
   return check_marked(tree);
 }
 
+int check_lock(git_repository* repo) {
+  const std::string lock = git_repository_path(repo) + std::string("index.lock");
+  struct stat found {};
+  if (!look_at(lock, &found)) return 0;
+  return fail(GIT_ERROR_INDEX, "cannot stash changes - the index is locked: " + lock + " exists",
+              GIT_ELOCKED);
+}
+
 }  // namespace
 
 EXPORT int git_stash_save(git_oid* id, git_repository* repo, const git_signature* stasher,
                           const char* message, std::uint32_t flags) {
   if (const int code = LOCK(repo)) return code;
+  if (const int code = check_lock(repo)) return code;
   if (const int code = check_all(repo, flags)) return code;
   const int code = call_with_text(NEXT(git_stash_save), id, repo, stasher, message, flags);
   return confirm_commit(code, repo, id, kStash);

@@ -151,6 +151,30 @@ TEST_F(HostTest, RecyclesTheEmptyPoolsOfACall) {
   EXPECT_EQ(pools_after([](auto*, auto*) { return 0; }), "before kept outside 1 101");
 }
 
+// Locks that were left behind, in a repository and in a linked work tree of it.
+TEST_F(HostTest, NamesWhatIsInTheWayOfACallThatWrites) {
+  const fs::path main = sandbox_.new_repository();
+  const std::string id = commit_all(main, "one");
+  git(main, {"worktree", "add", "--quiet", "../linked"});
+  const fs::path linked = sandbox_.root() / "linked";
+  const fs::path folder = main / ".git/worktrees/linked";
+  const auto named = [&](const fs::path& file, auto... words) {
+    write_file(file, "");
+    call(words...);
+    fs::remove(file);
+    return logged().find(file.string() + " exists: ") != std::string::npos;
+  };
+  const fs::path index = folder / "index.lock";
+  EXPECT_TRUE(named(index, "reset_to_commit", linked, id, "MIXED"));
+  EXPECT_FALSE(named(index, "reset_to_commit", linked, id, "SOFT")) << "a success";
+  EXPECT_FALSE(named(index, "get_status", main / "none")) << "it writes nothing";
+  EXPECT_FALSE(named(index, "delete_branch", linked, "linked")) << "it needs no index";
+  EXPECT_TRUE(named(main / ".git/config.lock", "set_remote_url", linked, "url"));
+  EXPECT_TRUE(named(main / ".git/refs/heads/a/b.lock", "create_branch", linked, "HEAD", "a/b", 0));
+  const fs::path branch = main / ".git/refs/heads/linked.lock";
+  EXPECT_TRUE(named(branch, "do_commit", linked, "HEAD", "me", "m@x", "text")) << "it answers 0";
+}
+
 TEST_F(HostTest, RendersEverySeverityAndReadsDataNeverAsAFormat) {
   auto* log = OPERATION(xpslog);
   const std::string long_text(5000, 'x');

@@ -70,6 +70,9 @@ limited merge_branch "$PWD" topic "$(noise)" e; git log -1 --format=%s)sh",
     {"a stash that cannot be written", R"sh(
 echo mine >a; limited stash "$PWD" "$(noise)" e; content a mine)sh",
      "^-1 .*object not found.*kept $", "^-1 .*File too large.*kept $"},
+    {"a stash while the index is locked", R"sh(
+echo mine >a; touch .git/index.lock; answer stash "$PWD" N e; content a mine)sh",
+     "^-1 .*lost $", "^-1 .*the index is locked.*kept $"},
     {"a commit of a rebase that cannot be written", R"sh(
 rm -r .git/logs; git config core.logAllRefUpdates false
 git switch --quiet --create topic; commit n n; git commit --quiet --amend --message "$(noise)"

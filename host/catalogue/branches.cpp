@@ -42,9 +42,11 @@ constexpr Parameter kCheckoutParameters[] = {
 };
 constexpr ResultRow kCheckoutResults[] = {
     success(0, "the branch was checked out"),
-    failure(-1,
-            "the repository could not be opened, there is no such branch, local changes are in the "
-            "way (nothing was touched), or HEAD could not be set"),
+    failure(
+        -1,
+        "the repository could not be opened, there is no such branch, local changes are in the "
+        "way (nothing was touched), or index, disk or HEAD could not be written (files may have "
+        "changed)"),
     kNotLoaded,
 };
 

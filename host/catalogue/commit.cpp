@@ -31,7 +31,7 @@ constexpr Function kFunctions[] = {
         .summary = "Records what is staged as a commit and moves a reference to it.",
         .details =
             "The return code is 0 even when libgit2 then failed to make the commit, as it does for "
-            "a locked reference or a name that is not a full one, and no message tells of it: "
+            "a locked reference or a name that is not a full one, and the function does not tell: "
             "compare the id of the reference before and after. A reference that does not exist "
             "makes a commit without parents, also when a second parent was given. A second parent "
             "must be given by its whole id: a prefix is read, but finds no commit. An index "

@@ -22,7 +22,7 @@ constexpr ResultRow kMergeResults[] = {
     failure(-2, "the merge left conflicts, each noted in the log"),
     failure(-3,
             "libgit2 could not merge, for example because local changes would be overwritten: "
-            "nothing was touched, except where the disk is full"),
+            "nothing was touched, unless the disk is full"),
     success_unchanged("HEAD's branch was fast-forwarded, as a note says; or, with an error in the "
                       "log, HEAD is not on a branch with a commit, a step failed, or libgit2 could "
                       "not be loaded or initialised"),

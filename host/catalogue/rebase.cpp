@@ -20,7 +20,8 @@ constexpr ResultRow kRebaseResults[] = {
     success(0, "the branch that HEAD is on was rebased"),
     failure(-1,
             "failed; when the log names a commit and says to check for conflicts, the rebase is in "
-            "progress and waits for rebase_operation"),
+            "progress and waits for rebase_operation. With the branch locked HEAD is on no branch, "
+            "at the rebased commits"),
     kNotLoaded,
 };
 

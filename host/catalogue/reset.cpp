@@ -54,7 +54,8 @@ constexpr Function kFunctions[] = {
             "also when it was never staged. The file is one of libgit2's patterns: \"*\", \"?\" "
             "and \"[...]\" stand for other characters unless a backslash is before them, and a "
             "folder stands for all files in it. A path that matches nothing is a success. With an "
-            "index locked by another process the file is reset although the answer is -1. To "
+            "index that is locked or a disk that is full the file is reset although the answer is "
+            "-1. To "
             "unstage a file and keep its content, use remove_files_from_index.",
         .parameters = kResetFileParameters,
         .results = kResetFileResults,

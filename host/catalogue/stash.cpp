@@ -26,7 +26,9 @@ constexpr ResultRow kStashResults[] = {
 constexpr ResultRow kPopResults[] = {
     success(0, "the entry was applied, maybe with conflicts, and dropped"),
     kNoEntry,
-    failure(-1, "the repository could not be opened, or libgit2 failed"),
+    failure(-1,
+            "the repository could not be opened, or libgit2 failed: the entry stays, and files may "
+            "be restored in part"),
     kNotLoaded,
     kLibgit2Code,
 };
@@ -35,7 +37,9 @@ constexpr Parameter kPositionParameters[] = {kRepository, kPosition};
 constexpr ResultRow kApplyResults[] = {
     success(0, "the entry was applied, maybe with conflicts"),
     kNoEntry,
-    failure(-1, "the repository could not be opened, or libgit2 failed"),
+    failure(-1,
+            "the repository could not be opened, or libgit2 failed: the entry stays, and files may "
+            "be restored in part"),
     kNotLoaded,
     kLibgit2Code,
 };

@@ -34,8 +34,8 @@ constexpr ResultRow kPullResults[] = {
     success(0, "fast-forwarded or merged, or the remote has no such branch"),
     success(1, "already up to date"),
     failure(-1,
-            "the repository could not be opened, a step of the merge failed, or libgit2 failed "
-            "without saying why"),
+            "the repository could not be opened, a step of the merge failed (files may be merged "
+            "in part), or libgit2 failed without saying why"),
     failure(-2, "the merge left conflicts, which are in the log and in the files"),
     kNotAuthenticated,
     kNothingDone,

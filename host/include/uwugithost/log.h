@@ -40,11 +40,15 @@ class Log {
   void error(std::string_view text) { write(LogLine::kError, text); }
   void note(std::string_view text) { write(LogLine::kNote, text); }
 
+  std::size_t errors() const { return errors_; }  // so far
+
  private:
   void write(int level, std::string_view text);
+  void hand_on();
 
   Sink sink_;
   LogLine line_;  // reused from line to line
+  std::size_t errors_ = 0;
 };
 
 // Keeps what is logged while it lives, then puts the default back.
