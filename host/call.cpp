@@ -164,13 +164,15 @@ Outcome call_function(Host& host, const FunctionModule& module, const Function& 
     throw std::runtime_error("The module " + module.file().string() + " has no function " +
                              std::string(function.name) + ".");
   }
+  const std::size_t errors_before = host.log().errors();
   const InTheWay in_the_way(host.log(), function, values);
   Answer answer = call_once(host, implementation, function, values, kFirstCapacity);
   if (answer.wanted > 0) {
     answer = call_once(host, implementation, function, values, answer.wanted);
   }
   const ResultRow* row = find_result(function, answer.result);
-  const bool is_success = row && row->is_success;
+  const bool has_errors = host.log().errors() > errors_before;
+  const bool is_success = row && row->is_success && !(row->is_told_by_log && has_errors);
   in_the_way.tell_after(is_success);
   return {answer.result, is_success, std::move(answer.outputs)};
 }

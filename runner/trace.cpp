@@ -7,6 +7,7 @@ namespace uwugit::runner {
 Trace::Trace(host::Host& host, bool is_on) : is_on_(is_on) {
   if (!is_on_) return;
   host.modules().set_lookup_hook([this](std::string_view name, void* found) {
+    if (!is_in_call_) return found;  // what the command looks up for itself
     report_previous(Clock::now());
     previous_ = name;
     is_previous_found_ = found != nullptr;
@@ -17,11 +18,14 @@ Trace::Trace(host::Host& host, bool is_on) : is_on_(is_on) {
 
 void Trace::begin(std::string_view function) {
   if (!is_on_) return;
+  is_in_call_ = true;
   std::fprintf(stderr, "TRACE: %.*s\n", static_cast<int>(function.size()), function.data());
 }
 
 void Trace::end() {
-  if (is_on_) report_previous(Clock::now());
+  if (!is_on_) return;
+  report_previous(Clock::now());
+  is_in_call_ = false;
 }
 
 void Trace::report_previous(Clock::time_point now) {

@@ -21,6 +21,7 @@ class Trace {
   void report_previous(Clock::time_point now);
 
   bool is_on_;
+  bool is_in_call_ = false;
   std::string previous_;
   bool is_previous_found_ = true;
   Clock::time_point since_;

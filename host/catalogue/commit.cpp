@@ -14,7 +14,11 @@ constexpr Parameter kCommitParameters[] = {
     {"name", kText, "who commits, as author and committer"},
     kEmail,
     {"message", kText, "the commit's message"},
-    {"parent", kText, "id of a second parent, all 40 digits: makes a merge commit", kOptional},
+    {.name = "parent",
+     .kind = kText,
+     .meaning = "id of a second parent, all 40 digits: makes a merge commit",
+     .is_optional = true,
+     .is_id = true},
 };
 constexpr ResultRow kCommitResults[] = {
     success(0, "libgit2 was asked for the commit; compare the reference to be sure"),

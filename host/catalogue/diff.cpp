@@ -7,17 +7,19 @@ namespace {
 using enum Kind;
 
 constexpr Parameter kNumberOfFile = {"number", kNumber, "number of the file, counted from 1"};
-constexpr Parameter kFirstCommit = {
-    "first", kText,
-    "id of the old commit, all 40 digits; a text of any other length stands for \"nothing\""};
-constexpr Parameter kSecondCommit = {"second", kText, "id of the new commit, all 40 digits"};
-constexpr Parameter kFirstOfDiff = {"first", kText, "the first commit, as it was for the diff"};
-constexpr Parameter kSecondOfDiff = {"second", kText, "the second commit, as it was for the diff"};
+constexpr Parameter kFirstCommit = id_parameter(
+    "first",
+    "id of the old commit, all 40 digits; a text of any other length stands for \"nothing\"");
+constexpr Parameter kSecondCommit = id_parameter("second", "id of the new commit, all 40 digits");
+constexpr Parameter kFirstOfDiff =
+    id_parameter("first", "the first commit, as it was for the diff");
+constexpr Parameter kSecondOfDiff =
+    id_parameter("second", "the second commit, as it was for the diff");
 
 constexpr Parameter kDiffParameters[] = {kRepository, kFirstCommit, kSecondCommit};
 constexpr ResultRow kDiffResults[] = {
-    success(0, "nothing differs, or the diff failed"),
-    success_with_count("the number of files"),
+    unless_logged(success(0, "nothing differs, or the diff failed")),
+    unless_logged(success_with_count("the number of files")),
 };
 
 constexpr Parameter kDiffFileParameters[] = {
@@ -33,9 +35,10 @@ constexpr Parameter kDiffFileParameters[] = {
     {"external_file", kText, "a file to which the records are written as well", kOptional},
 };
 constexpr ResultRow kDiffFileResults[] = {
-    success(0,
-            "the variable was filled, and the external file written; an error in the log tells "
-            "when libgit2 failed midway, and the records are those until then"),
+    unless_logged(
+        success(0,
+                "the variable was filled, and the external file written; an error in the log tells "
+                "when libgit2 failed midway, and the records are those until then")),
     failure(-1, "something failed, or the file does not differ"),
 };
 

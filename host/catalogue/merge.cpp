@@ -23,9 +23,10 @@ constexpr ResultRow kMergeResults[] = {
     failure(-3,
             "libgit2 could not merge, for example because local changes would be overwritten: "
             "nothing was touched, unless the disk is full"),
-    success_unchanged("HEAD's branch was fast-forwarded, as a note says; or, with an error in the "
-                      "log, HEAD is not on a branch with a commit, a step failed, or libgit2 could "
-                      "not be loaded or initialised"),
+    unless_logged(
+        success_unchanged("HEAD's branch was fast-forwarded, as a note says; or, with an error in "
+                          "the log, HEAD is not on a branch with a commit, a step failed, or "
+                          "libgit2 could not be loaded or initialised")),
 };
 
 constexpr Function kFunctions[] = {

@@ -11,8 +11,8 @@ constexpr Parameter kCommitterEmail = kEmail;
 
 constexpr Parameter kRebaseParameters[] = {
     kRepository,
-    {"commit", kText, "whole id of the commit to rebase: the tip of the branch"},
-    {"onto", kText, "whole id of the commit to rebase onto"},
+    id_parameter("commit", "whole id of the commit to rebase: the tip of the branch"),
+    id_parameter("onto", "whole id of the commit to rebase onto"),
     kCommitterName,
     kCommitterEmail,
 };

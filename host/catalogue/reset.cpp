@@ -8,7 +8,7 @@ using enum Kind;
 
 constexpr Parameter kResetParameters[] = {
     kRepository,
-    {"commit", kText, "id of the commit, all 40 digits"},
+    id_parameter("commit", "id of the commit, all 40 digits"),
     {"mode", kText, "SOFT, MIXED or HARD, in any case"},
 };
 constexpr ResultRow kResetResults[] = {

@@ -30,6 +30,14 @@ constexpr ResultRow failure_with_other_code(std::string_view meaning) {
   return {ResultMatch::kOther, 0, false, meaning};
 }
 
+constexpr ResultRow unless_logged(ResultRow success) {
+  success.is_told_by_log = true;
+  return success;
+}
+constexpr Parameter id_parameter(std::string_view name, std::string_view meaning) {
+  return {.name = name, .kind = Kind::kText, .meaning = meaning, .is_id = true};
+}
+
 inline constexpr ResultRow kNotLoaded =
     failure_unchanged("libgit2 could not be loaded or initialised");
 

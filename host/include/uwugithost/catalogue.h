@@ -27,6 +27,7 @@ struct Parameter {
   // that is large enough. A function that must not be called twice names a size that is always
   // enough.
   std::size_t capacity = 0;
+  bool is_id = false;  // the whole id of a commit, where people may give a name
 };
 
 // When a row of a function's results applies. The first row that applies decides.
@@ -43,6 +44,8 @@ struct ResultRow {
   double value;
   bool is_success;
   std::string_view meaning;
+  // The return code is the same when it failed: an error in the log of the call tells.
+  bool is_told_by_log = false;
 };
 
 struct Function {
