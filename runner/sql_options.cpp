@@ -20,6 +20,7 @@ void add_sql_options(CLI::App* command, SqlCommand* sql) {
                  ->type_name("FILE.db");
   command->add_option("--tables", sql->tables, "Only these, in place of all without arguments")
       ->delimiter(',')
+      ->allow_extra_args(false)
       ->needs(to)
       ->type_name("NAME,...");
   sql->jobs = std::max(1u, std::thread::hardware_concurrency());

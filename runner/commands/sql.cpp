@@ -67,7 +67,7 @@ int run_sql(const SessionOptions& options, const SqlCommand& command) {
   try {
     const host::Repository repository(session.host(), session.module(), command.place);
     RowSource source(repository, command.jobs);
-    Database database(":memory:");
+    Database database(kInMemory);
     add_virtual_tables(database, source);
     allow_only_reading(database);
     std::optional<Statement> statement;

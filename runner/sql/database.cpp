@@ -56,7 +56,7 @@ int authorize(void*, int action, const char*, const char*, const char*, const ch
 
 }  // namespace
 
-Database::Database(const std::string& file) {
+Database::Database(const std::string& file) : prefix_(file == kInMemory ? "" : file + ": ") {
   sqlite3* database = nullptr;
   const int rc =
       sqlite3_open_v2(file.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
@@ -66,7 +66,7 @@ Database::Database(const std::string& file) {
 
 int Database::check(int rc) const {
   if (rc == SQLITE_OK || rc == SQLITE_ROW || rc == SQLITE_DONE) return rc;
-  throw host::RepositoryError(sqlite3_errmsg(get()));
+  throw host::RepositoryError(prefix_ + sqlite3_errmsg(get()));
 }
 
 void Database::execute(const std::string& sql) {

@@ -11,6 +11,8 @@
 
 namespace uwugit::runner {
 
+inline constexpr char kInMemory[] = ":memory:";
+
 // A text that is no statement that can be run. The message shows the place.
 struct SqlError : std::runtime_error {
   using std::runtime_error::runtime_error;
@@ -18,7 +20,7 @@ struct SqlError : std::runtime_error {
 
 class Database {
  public:
-  // In memory for ":memory:". Throws host::RepositoryError, as execute() does.
+  // A file, or kInMemory. Throws host::RepositoryError, as execute() does.
   explicit Database(const std::string& file);
   sqlite3* get() const { return database_.get(); }
 
@@ -30,6 +32,7 @@ class Database {
   struct Close {
     void operator()(sqlite3* database) const { sqlite3_close_v2(database); }
   };
+  std::string prefix_;  // of messages: the file
   std::unique_ptr<sqlite3, Close> database_;
 };
 

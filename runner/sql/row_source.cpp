@@ -170,10 +170,13 @@ bool RowSource::has_kept(const host::RowSet& set, const host::RowQuery& query) c
          found->second.second == query.second;
 }
 
+// Looking up the changes of a commit goes through the commits as well.
 bool RowSource::has_other_scan(const RowScan& scan) const {
   return !scan.set().is_of_two_commits &&
          std::any_of(scans_.begin(), scans_.end(), [&scan](const RowScan* other) {
-           return other != &scan && &other->set() == &scan.set();
+           return other != &scan &&
+                  (&other->set() == &scan.set() ||
+                   (scan.set().name == "commits" && other->set().name == kChanges));
          });
 }
 
