@@ -10,6 +10,7 @@
 
 #include "commands/commands.h"
 #include "row_options.h"
+#include "sql_options.h"
 
 namespace {
 
@@ -82,6 +83,21 @@ void add_row_commands(CommandLine& line) {
       line.status = show_rows(line.session, *rows);
     });
   }
+}
+
+void add_sql(CommandLine& line) {
+  CLI::App* command = add_command(line, "sql", "Ask by SQL: the same rows, as tables");
+  command->add_option("-C", line.place, "A folder in the repository (the current one)")
+      ->type_name("REPO");
+  auto sql = std::make_shared<SqlCommand>();
+  add_sql_options(command, sql.get());
+  add_session_options(command, line.session);
+  command->callback([&line, sql] {
+    const bool is_asked = !sql->statement.empty() || !sql->statement_file.empty();
+    if (!is_asked && sql->database_file.empty()) throw CLI::RequiredError("SELECT");
+    sql->place = line.place;
+    line.status = run_sql(line.session, *sql);
+  });
 }
 
 // What follows "--" on the line of `run` or `call` is never an option. It is taken off the line
@@ -162,11 +178,11 @@ int parse_and_run(int argc, char** argv) {
   CommandLine line;
   line.app.set_version_flag("--version", kVersion);
   line.app.require_subcommand(1);
-  line.app.add_option("-C", line.place, "A folder in the repository, for status to changes")
+  line.app.add_option("-C", line.place, "A folder in the repository, for status to sql")
       ->type_name("REPO");
   add_row_commands(line);
   for (const auto add :
-       {add_run, add_call, add_shell, add_functions, add_info, add_encode_password}) {
+       {add_sql, add_run, add_call, add_shell, add_functions, add_info, add_encode_password}) {
     add(line);
   }
   take_plain_words(line, &argc, argv);

@@ -27,17 +27,6 @@ struct TableColumns {
   std::vector<std::string> columns;
 };
 
-Format find_format(const std::string& name, std::string_view set) {
-  if (name.empty()) return isatty(STDOUT_FILENO) ? Format::kTable : Format::kCsv;
-  std::string known;
-  for (const FormatName& row : kFormats) {
-    if (row.is_of_files && set != "files") continue;
-    if (row.name == name) return row.format;
-    known += (known.empty() ? "" : ", ") + std::string(row.name);
-  }
-  throw host::UsageError("there is no format '" + name + "'; there are " + known);
-}
-
 // All columns but contents, which are long; a table has those that fit.
 std::vector<std::string> usual_columns(const host::RowSet& set, Format format) {
   if (format == Format::kTable) return table_columns(set.name);
@@ -63,6 +52,17 @@ ColumnList find_columns(const host::RowSet& set, const std::vector<std::string>&
 }
 
 }  // namespace
+
+Format find_format(const std::string& name, std::string_view set) {
+  if (name.empty()) return isatty(STDOUT_FILENO) ? Format::kTable : Format::kCsv;
+  std::string known;
+  for (const FormatName& row : kFormats) {
+    if (row.is_of_files && set != "files") continue;
+    if (row.name == name) return row.format;
+    known += (known.empty() ? "" : ", ") + std::string(row.name);
+  }
+  throw host::UsageError("there is no format '" + name + "'; there are " + known);
+}
 
 std::vector<std::string> table_columns(std::string_view set) {
   static const TableColumns kColumns[] = {

@@ -20,6 +20,9 @@ struct RowsCommand {
 // Answers the exit status. Throws host::UsageError for a column or format that there is not.
 int show_rows(const SessionOptions& options, const RowsCommand& command);
 
+// Of its name; that of the terminal, or else CSV, when it is empty. Throws host::UsageError.
+Format find_format(const std::string& name, std::string_view set);
+
 // The names of the columns that a table shows.
 std::vector<std::string> table_columns(std::string_view set);
 

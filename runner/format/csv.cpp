@@ -14,7 +14,7 @@ class CsvWriter : public RowWriter {
       : set_(set), columns_(std::move(columns)), file_(file) {
     for (std::size_t i = 0; i < columns_.size(); ++i) {
       if (i > 0) line_ += ',';
-      line_ += set_.columns[columns_[i]].name;
+      add_text(set_.columns[columns_[i]].name);
     }
     write_line();
   }
@@ -32,6 +32,7 @@ class CsvWriter : public RowWriter {
   void add(host::ColumnType type, const host::Cell& cell) {
     switch (type) {
       case host::ColumnType::kText:
+      case host::ColumnType::kAny:
         add_text(cell.text);
         break;
       case host::ColumnType::kIds: {

@@ -9,7 +9,13 @@ namespace {
 class JsonWriter : public RowWriter {
  public:
   JsonWriter(const host::RowSet& set, ColumnList columns, std::FILE* file, bool is_lines)
-      : set_(set), columns_(std::move(columns)), file_(file), is_lines_(is_lines) {}
+      : set_(set), columns_(std::move(columns)), file_(file), is_lines_(is_lines) {
+    for (const std::size_t column : columns_) {
+      add_text(set_.columns[column].name);
+      keys_.push_back(line_ + ":");
+      line_.clear();
+    }
+  }
 
   void row(host::RowReader& reader) override {
     if (!is_lines_) line_ += is_first_ ? "[\n  " : ",\n  ";
@@ -17,11 +23,8 @@ class JsonWriter : public RowWriter {
     line_ += '{';
     for (std::size_t i = 0; i < columns_.size(); ++i) {
       if (i > 0) line_ += ',';
-      const host::Column& column = set_.columns[columns_[i]];
-      line_ += '"';
-      line_ += column.name;
-      line_ += "\":";
-      add(column.type, reader.cell(columns_[i]));
+      line_ += keys_[i];
+      add(set_.columns[columns_[i]].type, reader.cell(columns_[i]));
     }
     line_ += is_lines_ ? "}\n" : "}";
     write();
@@ -42,6 +45,10 @@ class JsonWriter : public RowWriter {
     switch (type) {
       case host::ColumnType::kText:
         add_text(cell.text);
+        break;
+      case host::ColumnType::kAny:
+        if (cell.number == 0) return add_text(cell.text);
+        line_ += cell.text;
         break;
       case host::ColumnType::kIds:
         add_ids(cell.text);
@@ -101,8 +108,9 @@ class JsonWriter : public RowWriter {
   std::FILE* file_;
   bool is_lines_;
   bool is_first_ = true;
-  std::string line_;   // reused from row to row
-  std::string valid_;  // the same
+  std::vector<std::string> keys_;  // as they stand in an object, with the colon
+  std::string line_;               // reused from row to row
+  std::string valid_;              // the same
 };
 
 }  // namespace

@@ -32,11 +32,16 @@ class TableWriter : public RowWriter {
     Row head;
     for (const std::size_t column : columns_) head.emplace_back(set_.columns[column].name);
     rows_.push_back(std::move(head));
+    has_text_.resize(columns_.size());
   }
 
   void row(host::RowReader& reader) override {
     Row row;
-    for (const std::size_t column : columns_) row.push_back(shown(column, reader.cell(column)));
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      const host::Cell cell = reader.cell(columns_[i]);
+      row.push_back(shown(columns_[i], cell));
+      if (widths_.empty() && !cell.is_null && cell.number == 0) has_text_[i] = true;
+    }
     if (!widths_.empty()) return write(row);
     rows_.push_back(std::move(row));
     if (rows_.size() == kMeasuredRows) write_measured();
@@ -51,6 +56,7 @@ class TableWriter : public RowWriter {
 
   bool is_number(std::size_t place) const {
     const host::ColumnType type = set_.columns[columns_[place]].type;
+    if (type == host::ColumnType::kAny) return !has_text_[place];
     return type == host::ColumnType::kNumber || type == host::ColumnType::kTime;
   }
 
@@ -69,7 +75,9 @@ class TableWriter : public RowWriter {
         break;
     }
     const std::string_view name = set_.columns[column].name;
-    if (name == "id" || name == "parent") return std::string(cell.text.substr(0, kShownId));
+    const bool is_any = set_.columns[column].type == host::ColumnType::kAny;
+    if (!is_any && (name == "id" || name == "parent"))
+      return std::string(cell.text.substr(0, kShownId));
     std::string text;
     append_utf8(text, cell.text.substr(0, 4096));
     while (text.ends_with('\n')) text.pop_back();
@@ -143,6 +151,7 @@ class TableWriter : public RowWriter {
   std::FILE* file_;
   std::vector<Row> rows_;            // until the widths are known
   std::vector<std::size_t> widths_;  // empty until then
+  std::vector<bool> has_text_;       // of columns of any type: whether a row was no numeral
   std::size_t room_ = 0;
   std::string line_;
 };

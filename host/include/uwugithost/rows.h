@@ -21,6 +21,7 @@ enum class ColumnType {
   kNumber,
   kTime,  // seconds since 1970
   kIds,   // a list of ids
+  kAny,   // a text, or a numeral, whose number is not 0
 };
 
 // A value of a row. What is null has no value: the additions of a binary file, for example.
