@@ -9,24 +9,40 @@
 namespace uwugit::runner {
 namespace {
 
-Session& session_of(lua_State* lua) {
-  return *static_cast<Session*>(lua_touserdata(lua, lua_upvalueindex(1)));
+// The session lies in the room that Lua has for its host beside each state and coroutine: no
+// program reaches it there.
+Session*& session_place(lua_State* lua) { return *static_cast<Session**>(lua_getextraspace(lua)); }
+Session& session_of(lua_State* lua) { return *session_place(lua); }
+
+// What may raise an error of Lua, such as that there is no memory, is protected as long as there
+// are C++ values: Lua leaves by a long jump. Answers false with the error as the last value.
+template <class Push>
+bool push_protected(lua_State* lua, Push push) {
+  lua_pushcfunction(lua, [](lua_State* inner) {
+    Push& work = *static_cast<Push*>(lua_touserdata(inner, 1));
+    return work(inner);
+  });
+  lua_pushlightuserdata(lua, &push);
+  return lua_pcall(lua, 1, LUA_MULTRET, 0) == LUA_OK;
 }
 
-// Lua leaves by a long jump, so an error is raised only when all C++ values are gone.
+// Does work that pushes its results and answers whether all went well. What it throws becomes an
+// error of Lua, which is raised when all C++ values are gone.
 template <class Work>
 int guarded(lua_State* lua, Work work) {
-  bool has_failed = false;
-  int results = 0;
+  const int arguments = lua_gettop(lua);
+  bool is_done = false;
   try {
-    results = work();
+    is_done = work();
   } catch (const std::exception& error) {
-    luaL_where(lua, 1);
-    lua_pushstring(lua, error.what());
-    lua_concat(lua, 2);
-    has_failed = true;
+    push_protected(lua, [&error](lua_State* inner) {
+      luaL_where(inner, 2);
+      lua_pushstring(inner, error.what());
+      lua_concat(inner, 2);
+      return 1;
+    });
   }
-  return has_failed ? lua_error(lua) : results;
+  return is_done ? lua_gettop(lua) - arguments : lua_error(lua);
 }
 
 host::Value value_from_stack(lua_State* lua, int position, const host::Function& function) {
@@ -59,27 +75,37 @@ int push_outcome(lua_State* lua, const host::Outcome& outcome) {
   return 1 + static_cast<int>(outcome.outputs.size());
 }
 
+// The function of the catalogue that a function of the table `git` stands for: its number is an
+// upvalue, which programs can change with Lua's library `debug`.
+const host::Function& function_of(lua_State* lua) {
+  int is_number = 0;
+  const auto number =
+      static_cast<std::size_t>(lua_tointegerx(lua, lua_upvalueindex(1), &is_number));
+  if (!is_number || number >= host::catalogue().size()) {
+    luaL_error(lua, "this is no function of git any more: its upvalue was changed");
+  }
+  return host::catalogue()[number];
+}
+
 // Every function of the table `git`.
 int call_git(lua_State* lua) {
-  return guarded(lua, [lua] {
-    const auto& function =
-        *static_cast<const host::Function*>(lua_touserdata(lua, lua_upvalueindex(2)));
+  const host::Function& function = function_of(lua);
+  return guarded(lua, [lua, &function] {
     std::vector<host::Value> values;
     for (int i = 1; i <= lua_gettop(lua); ++i) values.push_back(value_from_stack(lua, i, function));
     const host::Outcome outcome = session_of(lua).call(function, values);
-    luaL_checkstack(lua, 1 + static_cast<int>(outcome.outputs.size()), nullptr);
-    return push_outcome(lua, outcome);
+    return push_protected(lua, [&](lua_State* inner) { return push_outcome(inner, outcome); });
   });
 }
 
 // host.note(text) and host.error(text): lines in the host's log.
 int write_note(lua_State* lua) {
-  session_of(lua).host().log().note(luaL_checkstring(lua, 1));
-  return 0;
+  const char* text = luaL_checkstring(lua, 1);
+  return guarded(lua, [lua, text] { return session_of(lua).host().log().note(text), true; });
 }
 int write_error(lua_State* lua) {
-  session_of(lua).host().log().error(luaL_checkstring(lua, 1));
-  return 0;
+  const char* text = luaL_checkstring(lua, 1);
+  return guarded(lua, [lua, text] { return session_of(lua).host().log().error(text), true; });
 }
 
 // host.run(command, argument...) -> exit status, output: runs a command without a shell.
@@ -90,27 +116,29 @@ int run_command(lua_State* lua) {
     std::vector<std::string> command;
     for (int i = 1; i <= lua_gettop(lua); ++i) command.emplace_back(lua_tostring(lua, i));
     const CommandResult result = run(command);
-    lua_pushinteger(lua, result.status);
-    lua_pushlstring(lua, result.output.data(), result.output.size());
-    return 2;
+    return push_protected(lua, [&result](lua_State* inner) {
+      lua_pushinteger(inner, result.status);
+      lua_pushlstring(inner, result.output.data(), result.output.size());
+      return 2;
+    });
   });
 }
 
 // host.temporary_folder() -> path of a new empty folder.
 int make_temporary_folder(lua_State* lua) {
   return guarded(lua, [lua] {
-    lua_pushstring(lua, temporary_folder().c_str());
-    return 1;
+    const std::filesystem::path folder = temporary_folder();
+    return push_protected(lua, [&folder](lua_State* inner) {
+      lua_pushstring(inner, folder.c_str());
+      return 1;
+    });
   });
 }
 
 // host.remove(path): a file, or a folder with all that is in it.
 int remove_path(lua_State* lua) {
   const char* path = luaL_checkstring(lua, 1);
-  return guarded(lua, [path] {
-    std::filesystem::remove_all(path);
-    return 0;
-  });
+  return guarded(lua, [path] { return std::filesystem::remove_all(path), true; });
 }
 
 constexpr luaL_Reg kHostFunctions[] = {
@@ -125,17 +153,16 @@ constexpr luaL_Reg kHostFunctions[] = {
 }  // namespace
 
 void add_tables(lua_State* lua, Session& session) {
+  session_place(lua) = &session;  // new coroutines copy it
   lua_newtable(lua);
+  lua_Integer number = 0;
   for (const host::Function& function : host::catalogue()) {
-    lua_pushlightuserdata(lua, &session);
-    lua_pushlightuserdata(lua, const_cast<host::Function*>(&function));
-    lua_pushcclosure(lua, call_git, 2);
+    lua_pushinteger(lua, number++);
+    lua_pushcclosure(lua, call_git, 1);
     lua_setfield(lua, -2, std::string(function.name).c_str());
   }
   lua_setglobal(lua, "git");
-  lua_newtable(lua);
-  lua_pushlightuserdata(lua, &session);
-  luaL_setfuncs(lua, kHostFunctions, 1);
+  luaL_newlib(lua, kHostFunctions);
   lua_setglobal(lua, "host");
 }
 

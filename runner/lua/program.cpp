@@ -68,13 +68,14 @@ bool is_cut_short(lua_State* lua) {
   return std::string_view(message, length).ends_with("near <eof>");
 }
 
-void print_results(lua_State* lua) {
+int print_values(lua_State* lua) {
   const int results = lua_gettop(lua);
   for (int i = 1; i <= results; ++i) {
     std::printf("%s%s", i == 1 ? "" : "\t", luaL_tolstring(lua, i, nullptr));
     lua_pop(lua, 1);
   }
   if (results > 0) std::printf("\n");
+  return 0;
 }
 
 }  // namespace
@@ -102,11 +103,13 @@ void LuaProgram::run_line(const std::string& line, bool* is_incomplete) {
   lua_State* lua = lua_.get();
   const bool is_loaded = load_line(lua, line);
   *is_incomplete = !is_loaded && is_cut_short(lua);
-  if (is_loaded && call_with_traceback(lua, 0)) {
-    print_results(lua);
-  } else if (!*is_incomplete) {
-    report_error(lua);
+  bool is_done = is_loaded && call_with_traceback(lua, 0);
+  if (is_done) {
+    lua_pushcfunction(lua, print_values);  // which may call what the values show themselves with
+    lua_insert(lua, 1);
+    is_done = call_with_traceback(lua, lua_gettop(lua) - 1);
   }
+  if (!is_done && !*is_incomplete) report_error(lua);
   lua_settop(lua, 0);
 }
 
