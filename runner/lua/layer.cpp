@@ -90,6 +90,7 @@ int push_result(lua_State* lua, const host::Function& function, const host::Outc
 int call_captured(lua_State* lua) {
   const host::Function* function = host::find_function(luaL_checkstring(lua, 1));
   luaL_argcheck(lua, function != nullptr, 1, "no function of the module");
+  while (lua_isnil(lua, -1)) lua_pop(lua, 1);  // what is left out at the end
   const auto work = [lua, function] {
     std::vector<host::Value> values;
     for (int i = 2; i <= lua_gettop(lua); ++i) {
