@@ -19,14 +19,16 @@ const fs::path kCommand = UWUGIT_COMMAND;
 // folder of the module. A line that begins with "# " is a comment.
 //
 // With UWUGIT_WRITE_EXPECTED=1 in the environment the transcript is written anew instead.
-TEST(Command, AnswersAsInTheTranscript) {
+class Command : public testing::TestWithParam<const char*> {};
+
+TEST_P(Command, AnswersAsInTheTranscript) {
   const Sandbox sandbox;
   fs::current_path(sandbox.root());
   setenv("PATH", (kCommand.parent_path().string() + ":" + getenv("PATH")).c_str(), 1);
   setenv("SOURCE", kSource.c_str(), 1);
   setenv("LIBRARY", kLibraryFolder.c_str(), 1);
   const std::regex library(kLibraryFolder.string()), folder(fs::current_path().string());
-  const fs::path file = kSource / "tests/command_transcript.txt";
+  const fs::path file = kSource / "tests" / (GetParam() + std::string("_transcript.txt"));
   std::istringstream lines(read_file(file));
   std::string written, command, expected;
   const auto run = [&] {
@@ -50,6 +52,9 @@ TEST(Command, AnswersAsInTheTranscript) {
   run();
   if (getenv("UWUGIT_WRITE_EXPECTED")) write_file(file, written);
 }
+
+INSTANTIATE_TEST_SUITE_P(, Command, testing::Values("command", "rows"),
+                         [](const auto& name) { return std::string(name.param); });
 
 }  // namespace
 }  // namespace uwugit::test

@@ -46,6 +46,11 @@ constexpr Column kColumns[] = {
      as_flag},
 };
 
+std::vector<std::string> keys_of(const Repository& repository) {
+  if (repository.find_commit("HEAD").empty()) throw RepositoryError("HEAD has no commit yet");
+  return {repository.path()};
+}
+
 bool contains(std::string_view text, const std::string& part) {
   return text.find(part) != std::string_view::npos;
 }
@@ -53,7 +58,7 @@ bool contains(std::string_view text, const std::string& part) {
 class CommitRows : public ListedRows {
  public:
   CommitRows(const Repository& repository, RowQuery query)
-      : ListedRows(repository, kListing, {repository.path()}, kColumns), query_(std::move(query)) {}
+      : ListedRows(repository, kListing, keys_of(repository), kColumns), query_(std::move(query)) {}
 
   bool next() override {
     if (given_ >= query_.limit) return false;

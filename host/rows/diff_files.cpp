@@ -1,6 +1,6 @@
 #include "rows/diff_files.h"
 
-#include <set>
+#include <map>
 
 #include "uwugithost/call.h"
 
@@ -44,9 +44,10 @@ class WorkingDiff : public DiffFiles {
       const bool is_staged = rows->cell(status->find("staged")).number != 0;
       const std::string_view kind = rows->cell(status->find("status")).text;
       if (!is_staged && (is_index || kind == "new")) continue;
-      Changed changed = {std::string(rows->cell(status->find("path")).text),
-                         kind == "new" ? "added" : std::string(kind), kind == "new"};
-      if (paths_.insert(changed.path).second) changed_.push_back(std::move(changed));
+      const std::string path(rows->cell(status->find("path")).text);
+      const auto [place, is_first] = places_.try_emplace(path, changed_.size());
+      if (is_first) changed_.push_back({path, std::string(kind), false});
+      if (kind == "new") changed_[place->second] = {path, "added", true};
     }
   }
 
@@ -85,7 +86,7 @@ class WorkingDiff : public DiffFiles {
   const Repository repository_;
   bool is_index_;
   std::vector<Changed> changed_;
-  std::set<std::string> paths_;
+  std::map<std::string, std::size_t> places_;  // a file that is staged and changed has two rows
   std::size_t place_ = 0;
   std::string content_;
 };

@@ -102,7 +102,10 @@ std::string patch_text(std::string_view content) {
   std::string patch;
   patch.reserve(content.size());
   DiffRecord record{};
-  for (DiffRecords records(content); records.next(&record);) patch += record.text;
+  for (DiffRecords records(content); records.next(&record);) {
+    if (record.kind == RecordKind::kContext) patch += ' ';
+    patch += record.text;
+  }
   return patch;
 }
 

@@ -20,7 +20,7 @@ enum class RecordKind {
 
 struct DiffRecord {
   RecordKind kind;
-  std::string_view text;  // as in a patch, with the sign before a line
+  std::string_view text;  // as in a patch, but a context line is without the blank before it
 };
 
 // A record ends where a line break is followed by the beginning of the next one; a line has no line

@@ -126,7 +126,7 @@ class LineRows : public RowReader {
     next_.old_line += is_old;
     next_.new_line += is_new;
     line_ = record_.text;
-    line_.remove_prefix(std::min<std::size_t>(1, line_.size()));
+    if (!is_old || !is_new) line_.remove_prefix(1);  // the sign
     if (line_.ends_with('\n')) line_.remove_suffix(1);
     return true;
   }

@@ -12,13 +12,20 @@ namespace {
 constexpr std::size_t kFirstCapacity = 512;
 constexpr std::size_t kKeptCapacity = 64 * 1024;  // what is longer has its room for one row only
 
+// "Return code from GIT is (4). " means nothing to people.
+std::string_view without_code(std::string_view text) {
+  constexpr std::string_view kStart = "Return code from GIT is (";
+  const std::size_t end = text.find("). ");
+  return text.starts_with(kStart) && end != text.npos ? text.substr(end + 3) : text;
+}
+
 // The errors that a call logged, as one text.
 std::string errors_of(const LogCapture& log) {
   std::string text;
   for (const LogLine& line : log.lines()) {
     if (line.level != LogLine::kError) continue;
     if (!text.empty()) text += "; ";
-    text += line.text;
+    text += without_code(line.text);
   }
   return text;
 }

@@ -114,7 +114,8 @@ class StatWriter : public DiffWriter {
     if (file.is_binary) return text + "binary\n";
     const std::string count = std::to_string(file.additions + file.deletions);
     text.append(digits - std::min(digits, count.size()), ' ');
-    text += count + " ";
+    text += count;
+    if (file.additions + file.deletions > 0) text += ' ';
     const auto signs = [most](std::int64_t lines) {
       const std::int64_t scaled = most <= kSigns ? lines : (lines * kSigns + most - 1) / most;
       return static_cast<std::size_t>(scaled);
