@@ -7,6 +7,7 @@ layer.Repository = Repository
 
 -- git.open([place]) -> the repository in which a folder is; the current folder when left out.
 function git.open(place) return setmetatable({ path = core.find(place or ".") }, Repository) end
+layer.open = git.open
 
 function Repository:__tostring() return "repository " .. self.path end
 

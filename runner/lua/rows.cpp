@@ -76,14 +76,22 @@ const QueryOption* find_option(lua_State* lua) {
   return nullptr;
 }
 
-// Raises an error of Lua, so it is called while there are no C++ values.
+// Raises an error of Lua, at the place of the program that called the method, so it is called while
+// there are no C++ values.
 void check_query(lua_State* lua, int table) {
-  luaL_checktype(lua, table, LUA_TTABLE);
+  luaL_where(lua, 2);
+  if (!lua_istable(lua, table)) {
+    lua_pushfstring(lua, "the options of rows are a %s, not a table", luaL_typename(lua, table));
+    lua_concat(lua, 2);
+    lua_error(lua);
+  }
   for (lua_pushnil(lua); lua_next(lua, table); lua_pop(lua, 1)) {
     if (find_option(lua)) continue;
     const char* type = luaL_typename(lua, -1);
-    luaL_error(lua, "rows have no option '%s' that is a %s", luaL_tolstring(lua, -2, nullptr),
-               type);
+    const char* name = luaL_tolstring(lua, -2, nullptr);
+    lua_pushfstring(lua, "%srows have no option '%s' that is a %s", lua_tostring(lua, 5), name,
+                    type);
+    lua_error(lua);
   }
 }
 
@@ -223,6 +231,7 @@ int open_rows(lua_State* lua) {
   const char* path = luaL_checkstring(lua, 1);
   const host::RowSet* set = host::find_row_set(luaL_checkstring(lua, 2));
   luaL_argcheck(lua, set != nullptr, 2, "no set of rows");
+  lua_settop(lua, 4);
   check_query(lua, 3);
   lua_settop(lua, 4);
   void* place = lua_newuserdatauv(lua, 1, 1);

@@ -24,14 +24,14 @@ end
 -- git.clone(url, folder, [options]) -> the repository.
 function git.clone(url, folder, options)
   layer.call("do_clone", url, folder, arguments(options or {}))
-  return git.open(folder)
+  return layer.open(folder)
 end
 
 -- git.init(folder, [{branch = "main", url = of "origin"}]) -> the repository.
 function git.init(folder, options)
   options = options or {}
   layer.call("init_repo", folder, options.branch or "main", options.url)
-  return git.open(folder)
+  return layer.open(folder)
 end
 
 -- repo:fetch([options])
