@@ -8,7 +8,7 @@ local function fails(name, ...)
   return error
 end
 local function outcome(answer) print(answer.state, table.concat(answer.files, " ")) end
-local state = "git status --short --branch; git log -1 --format='%s (%an) %p'"
+local state = "git status --short --branch; git log -1 --format='%s (%an) %P'"
 
 -- Staging takes files, folders or everything; a commit is one that HEAD shows.
 fails("commit", "too early")
@@ -90,10 +90,10 @@ fails("unstash")
 it:stage()
 it:commit "in the way"
 outcome(it:unstash())
-show "git stash list"
+show "git stash list | wc -l"
 run "git reset -q --hard HEAD~1"
 outcome(it:unstash())
-show "git stash list; git status --short"
+show "git stash list | wc -l; git status --short"
 run "echo staged >new; git add new; git show HEAD:new >new; git stash -q; git checkout -q ."
 fails("unstash")
 run "git stash drop -q"
