@@ -20,7 +20,7 @@ commit("Topic")
 repo:checkout("main")
 write("conflict.txt", "What main says\n")
 commit("Main")
-print("  a merge of two branches: " .. repo:merge("topic", ada).state)
+repo:merge("topic", ada)
 write("staged.txt", "Changed and staged\n")
 write("both.txt", "Staged like this\n")
 repo:stage { "staged.txt", "both.txt" }

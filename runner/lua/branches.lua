@@ -5,13 +5,13 @@ local Repository = layer.Repository
 -- repo:branch(name, [start], [{force = true}]) -> id: makes a branch, at HEAD when no start is given.
 function Repository:branch(name, start, options)
   local id = self:resolve(start or "HEAD")
-  layer.call("create_branch", self.path, id, name, options and options.force and 1 or 0)
+  layer.call("create_branch", self.path, id, name, layer.options(options).force and 1 or 0)
   return id
 end
 
 -- repo:delete_branch(name, [{remote = true}]) -> the id that it had.
 function Repository:delete_branch(name, options)
-  local is_remote = options and options.remote
+  local is_remote = layer.options(options).remote
   local start = is_remote and "refs/remotes/" or "refs/heads/"
   local id = layer.find_commit(self, start .. name)
   layer.call("delete_branch", self.path, name, is_remote and 1 or 0)
@@ -39,6 +39,7 @@ end
 
 -- repo:checkout(name): a branch. One that only the remote has is made here.
 function Repository:checkout(name)
+  layer.refuse_unfinished(self, "checkout")
   if not layer.has_ref(self, name, "branch") then
     if layer.has_ref(self, "origin/" .. name, "remote branch") then
       self:branch(name, "refs/remotes/origin/" .. name)

@@ -34,6 +34,17 @@ function layer.fail(name, result, message)
                      Error), 0)
 end
 
+local getinfo = debug.getinfo
+
+-- The options of a method, which may be left out. The error tells the place of the caller.
+function layer.options(options)
+  if options == nil then return {} end
+  if type(options) == "table" then return options end
+  local level = 2
+  while (getinfo(level, "S") or { source = "" }).source:find("^=git%.") do level = level + 1 end
+  error("the options are a " .. type(options) .. ", not a table", level)
+end
+
 -- Calls a function of the module; what its code or an error in its log tells as a failure is raised.
 function layer.call(name, ...)
   local result = core.call(name, ...)

@@ -54,6 +54,7 @@ local function outcome(repo, name, result, before)
     layer.fail(name, result)
   end
   local files = layer.conflicts(repo)
+  repo.stopped_at = layer.find_commit(repo, "HEAD")
   return { state = files[1] and "conflicts" or "stopped", files = files, commit = state.commit }
 end
 
@@ -102,6 +103,9 @@ function Repository:continue(who)
   if self:status { staged = true }() then
     local commit = stopped_commit(self, state)
     layer.commit(self, commit.message, commit.author, commit.email)
+  elseif self.stopped_at == self:resolve("HEAD") then
+    layer.refuse("continue", "the commit that stopped has left nothing to commit: repo:skip() leaves "
+                 .. "it out")
   end
   return operate(self, "CONTINUE", "continue", who)
 end

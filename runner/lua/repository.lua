@@ -38,7 +38,7 @@ end
 
 -- Who does something: what is given, and else what git's configuration says.
 function layer.identity(repo, who)
-  who = who or {}
+  who = layer.options(who)
   return who.name or core.identity(repo.path, "name"), who.email or core.identity(repo.path, "email")
 end
 
@@ -90,7 +90,7 @@ end
 local function query_of_commits(first, second, options)
   if type(first) == "table" then first, options = nil, first end
   if type(second) == "table" then second, options = nil, second end
-  options = options or {}
+  options = layer.options(options)
   local inner = options.staged and "INDEX" or "WORKDIR"
   return { first = first or "HEAD", second = second or (first and "HEAD" or inner), path = options.path }
 end
@@ -108,7 +108,7 @@ Repository.diff = Repository.files
 
 function Repository:changes(query)
   local all = { jobs = core.processors }
-  for name, value in pairs(query or {}) do all[name] = value end
+  for name, value in pairs(layer.options(query)) do all[name] = value end
   return core.rows(self.path, "changes", all)
 end
 

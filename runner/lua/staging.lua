@@ -34,7 +34,10 @@ local function wanted_entries(repo, is_staged, names)
   return wanted
 end
 
-local function as_list(names) return type(names) == "string" and { names } or names end
+local function as_list(names)
+  if type(names) == "string" then return { names } end
+  return names and layer.options(names)
+end
 
 local function exists(path)
   local file = io.open(path)
@@ -106,11 +109,12 @@ function layer.commit(repo, message, name, email, parent)
   return after
 end
 
--- repo:commit(message, [{name=, email=}]) -> id: commits what is staged. After a merge with
--- conflicts it is the merge commit.
+-- repo:commit(message, [{name=, email=, merge=}]) -> id: commits what is staged. After a merge with
+-- conflicts it is the merge commit; another object than that of the merge is told what was merged.
 function Repository:commit(message, who)
   layer.refuse_conflicts(self, "commit")
-  local other = layer.pending_merge(self)
+  local merged = layer.options(who).merge
+  local other = merged and self:resolve(merged) or layer.pending_merge(self)
   if not other and not self:status { staged = true }() then
     layer.refuse("commit", "there is nothing to commit: nothing is staged")
   end

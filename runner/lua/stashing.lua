@@ -5,6 +5,7 @@ local Repository = layer.Repository
 -- repo:stash([{name=, email=}]) -> id: puts the changes of tracked files aside. What is only in the
 -- index would not come back, so that it is refused.
 function Repository:stash(who)
+  layer.refuse_conflicts(self, "stash")
   for _, path in ipairs(layer.half_staged(self)) do
     if not core.call("diff_file_in_index", self.path, path, 0).success then
       layer.refuse("stash", "what is staged of '%s' is not in the working tree, and would not come "

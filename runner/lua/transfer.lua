@@ -23,20 +23,20 @@ end
 
 -- git.clone(url, folder, [options]) -> the repository.
 function git.clone(url, folder, options)
-  layer.call("do_clone", url, folder, arguments(options or {}))
+  layer.call("do_clone", url, folder, arguments(layer.options(options)))
   return layer.open(folder)
 end
 
 -- git.init(folder, [{branch = "main", url = of "origin"}]) -> the repository.
 function git.init(folder, options)
-  options = options or {}
+  options = layer.options(options)
   layer.call("init_repo", folder, options.branch or "main", options.url)
   return layer.open(folder)
 end
 
 -- repo:fetch([options])
 function Repository:fetch(options)
-  options = options or {}
+  options = layer.options(options)
   layer.call("do_fetch", self.path, arguments(options, options.refspec or none))
 end
 
@@ -49,7 +49,7 @@ function Repository:pull(options)
   local branch = branch_of(self, "pull")
   layer.refuse_unfinished(self, "pull")
   local before = self:resolve("HEAD")
-  local result = core.call("do_pull", self.path, arguments(options or {}))
+  local result = core.call("do_pull", self.path, arguments(layer.options(options)))
   local other = layer.find_commit(self, "refs/remotes/origin/" .. branch)
   if result.code == -2 then return layer.conflicted(self, other) end
   if not result.success then layer.fail("do_pull", result) end
@@ -62,7 +62,7 @@ end
 -- repo:push([options]) -> id. Whether the server took it shows in the branch that is kept of origin.
 function Repository:push(options)
   local branch = branch_of(self, "push")
-  local result = layer.call("do_push", self.path, arguments(options or {}))
+  local result = layer.call("do_push", self.path, arguments(layer.options(options)))
   local here, there = self:resolve("HEAD"), layer.find_commit(self, "refs/remotes/origin/" .. branch)
   if there and there ~= here then
     layer.fail("do_push", result, "the server did not take the branch '" .. branch .. "'")
