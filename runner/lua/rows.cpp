@@ -23,21 +23,27 @@ void take_flag(lua_State* lua, host::RowQuery& query) {
   query.*member = lua_toboolean(lua, -1) != 0;
 }
 
+// The number on top of the stack within limits; no number (NaN) is the lowest.
+lua_Number number_between(lua_State* lua, lua_Number lowest, lua_Number highest) {
+  const lua_Number number = lua_tonumber(lua, -1);
+  return number >= lowest ? std::min(number, highest) : lowest;
+}
+
 // A number is seconds since 1970, a text is a time as people write it.
 template <auto member>
 void take_time(lua_State* lua, host::RowQuery& query) {
   if (lua_type(lua, -1) == LUA_TNUMBER) {
-    query.*member = static_cast<std::int64_t>(std::clamp(lua_tonumber(lua, -1), -1e15, 1e15));
+    query.*member = static_cast<std::int64_t>(number_between(lua, -1e15, 1e15));
   } else {
     query.*member = parse_time(lua_tostring(lua, -1), std::time(nullptr));
   }
 }
 
 void take_limit(lua_State* lua, host::RowQuery& query) {
-  query.limit = static_cast<std::uint64_t>(std::clamp(lua_tonumber(lua, -1), 0.0, 1e15));
+  query.limit = static_cast<std::uint64_t>(number_between(lua, 0.0, 1e15));
 }
 void take_jobs(lua_State* lua, host::RowQuery& query) {
-  query.jobs = static_cast<unsigned>(std::clamp(lua_tonumber(lua, -1), 1.0, 256.0));
+  query.jobs = static_cast<unsigned>(number_between(lua, 1.0, 256.0));
 }
 
 struct QueryOption {
