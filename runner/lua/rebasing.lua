@@ -65,12 +65,12 @@ function Repository:rebase(onto, who)
   local branch = layer.current_branch(self) or layer.refuse("rebase", "HEAD is on no branch")
   layer.refuse_unfinished(self, "rebase")
   local name, email = layer.identity(self, who)
-  local before, target = self:resolve("HEAD"), self:resolve(onto)
-  local result = core.call("rebase", self.path, before, target, name, email)
+  local target = self:resolve(onto)
+  local reached = self:commits { id = target }()
+  if reached and reached.on_branch then return { state = "up to date", files = {} } end
+  local result = core.call("rebase", self.path, self:resolve("HEAD"), target, name, email)
   if layer.rebase_state(self) then self.rebasing = branch end
-  local answer = outcome(self, "rebase", result)
-  if answer.state == "rebased" and self:resolve("HEAD") == before then answer.state = "up to date" end
-  return answer
+  return outcome(self, "rebase", result)
 end
 
 local function operate(repo, word, action, who)

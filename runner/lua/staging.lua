@@ -19,17 +19,19 @@ function layer.refuse_conflicts(repo, name)
   end
 end
 
--- The entries of the status that are named, by themselves or by a folder; all when none is.
+-- Whether a path is named by itself, or by a folder.
+local function is_named(path, name)
+  name = name:gsub("/+$", "")
+  return name == "." or path == name or path:sub(1, #name + 1) == name .. "/"
+end
+
+-- The entries of the status that are named; all when there are no names.
 local function wanted_entries(repo, is_staged, names)
   local wanted = {}
   for entry in repo:status { staged = is_staged } do
-    local is_named = not names
-    for _, name in ipairs(names or {}) do
-      name = name:gsub("/+$", "")
-      is_named = is_named or name == "." or entry.path == name
-                 or entry.path:sub(1, #name + 1) == name .. "/"
-    end
-    if is_named then wanted[#wanted + 1] = entry end
+    local is_wanted = not names
+    for _, name in ipairs(names or {}) do is_wanted = is_wanted or is_named(entry.path, name) end
+    if is_wanted then wanted[#wanted + 1] = entry end
   end
   return wanted
 end
@@ -65,19 +67,25 @@ local function stage_entries(repo, entries)
   end
 end
 
+-- Whether a name names any of the entries, or a folder in which nothing has changed.
+local function is_in(repo, name, entries)
+  for _, entry in ipairs(entries) do
+    if is_named(entry.path, name) then return true end
+  end
+  return exists(repo.path .. "/" .. name .. "/")
+end
+
 -- repo:stage([files]): files and folders, changed, new or deleted; everything when left out.
 function Repository:stage(files)
   files = as_list(files)
-  local entries, is_known = wanted_entries(self, false, files), {}
+  local entries = wanted_entries(self, false, files)
   local limit = 400  -- files in a call
   for start = 1, #entries, limit do
     stage_entries(self, table.move(entries, start, math.min(start + limit - 1, #entries), 1, {}))
   end
-  for _, entry in ipairs(wanted_entries(self, true, files)) do is_known[entry.path] = true end
-  for _, file in ipairs(files or {}) do  -- what the status does not name may be ignored, or a mistake
-    if not is_known[file] and not exists(self.path .. "/" .. file .. "/") and file ~= "." then
-      layer.call("add_files_to_index", self.path, file)
-    end
+  local staged = wanted_entries(self, true, files)
+  for _, file in ipairs(files or {}) do  -- what the status does not name is ignored, or a mistake
+    if not is_in(self, file, staged) then layer.call("add_files_to_index", self.path, file) end
   end
 end
 

@@ -21,8 +21,10 @@ print(#it:commit("start", { name = "Ada", email = "ada@x" }), it:resolve("HEAD~0
 show(state)
 fails("commit", "nothing")
 fails("stage", "none")
-run "rm folder/a; echo x >'st*r'"
-it:stage()
+run "rm -r folder; echo x >'st*r'"
+it:stage { "folder", "st*r", "a.tmp" }
+it:unstage "a.tmp"
+it:stage "."
 it:unstage "st*r"
 show "git status --short"
 run "touch .git/refs/heads/main.lock"
