@@ -1,79 +1,51 @@
--- A tour: makes a repository with every usual kind of change and lists its status through the module.
+-- A tour: makes a repository with every usual kind of change and looks at it, as rows and as a report.
 
 local function say(text) print("\n" .. text) end
 
 local folder = host.temporary_folder()
-local repo = folder .. "/project"
+local repo, ada = git.init(folder .. "/project"), { name = "Ada Example", email = "ada@example.org" }
 
-local function git_command(...)
-  local status, output = host.run("git", "-C", repo, "-c", "user.name=Tour",
-                                  "-c", "user.email=tour@example.org", ...)
-  return status, output
-end
+local function write(name, text) assert(io.open(repo.path .. "/" .. name, "w")):write(text):close() end
+local function commit(message) repo:stage() return repo:commit(message, ada) end
 
-local function write(name, text)
-  local file = assert(io.open(repo .. "/" .. name, "w"))
-  file:write(text)
-  file:close()
-end
-
-say("First a repository to look at, made with the git command line in " .. repo .. ":")
-host.run("git", "init", "--quiet", "--initial-branch", "main", repo)
+say("First a repository to look at, in " .. repo.path .. ":")
 for _, name in ipairs { "changed.txt", "staged.txt", "deleted.txt", "both.txt", "conflict.txt" } do
   write(name, "The first line of " .. name .. "\n")
 end
-write("old-name.txt", "A text that is long enough\nto be recognised\nunder its new name.\n")
-git_command("add", "--all")
-git_command("commit", "--quiet", "--message", "Start")
-
-git_command("switch", "--quiet", "--create", "topic")
+commit("Start")
+repo:branch("topic")
+repo:checkout("topic")
 write("conflict.txt", "What the topic says\n")
-git_command("commit", "--quiet", "--all", "--message", "Topic")
-git_command("switch", "--quiet", "main")
+commit("Topic")
+repo:checkout("main")
 write("conflict.txt", "What main says\n")
-git_command("commit", "--quiet", "--all", "--message", "Main")
-git_command("merge", "--quiet", "topic")
-print("  a merge of two branches has stopped at conflict.txt")
-
-write("changed.txt", "Changed since the last commit\n")
+commit("Main")
+repo:merge("topic", ada)
 write("staged.txt", "Changed and staged\n")
-git_command("add", "staged.txt")
 write("both.txt", "Staged like this\n")
-git_command("add", "both.txt")
+repo:stage { "staged.txt", "both.txt" }
 write("both.txt", "and changed again since\n")
-os.remove(repo .. "/deleted.txt")
-git_command("mv", "old-name.txt", "new-name.txt")
+write("changed.txt", "Changed since the last commit\n")
+os.remove(repo.path .. "/deleted.txt")
 write("new.txt", "Not known to git yet\n")
-print("  others are changed, staged, changed after staging, deleted, renamed and new")
 
-say("Which libgit2 does the module use? It says so in the log:")
-git.git_version()
-
-say("git.get_status lists the changes. Each is a note in the log, and the call answers their number:")
-local count = git.get_status(repo)
-assert(count > 0, "the status of the repository could not be listed")
-
-say("The " .. count .. " entries stay in the module, to be read attribute by attribute:")
-print(string.format("  %2s  %-14s %-12s %s", "no", "PATH", "STATUS", "STAGED"))
-for number = 1, count do
-  local _, path = git.get_status_attribute(number, repo, "PATH")
-  local _, status = git.get_status_attribute(number, repo, "STATUS")
-  local _, staged = git.get_status_attribute(number, repo, "STAGED")
-  print(string.format("  %2d  %-14s %-12s %s", number, path, status, staged))
+say("repo:status() goes through the changes. both.txt has two: what is staged, and what came since.")
+for file in repo:status() do
+  print(("  %-14s %-12s %s"):format(file.path, file.status, file.staged and "staged" or ""))
 end
-print("  both.txt has two: what is staged, and what has changed since. The renamed file shows as\n"
-      .. "  the old name deleted and the new name added: the walk does not look for renames.")
 
-say("The same from git itself, for comparison:")
-local _, porcelain = git_command("status", "--short")
-print((porcelain:gsub("(.-)\n", "  %1\n")))
+say("repo:log() goes through the history, repo:diff() through the files that differ from HEAD:")
+for entry in repo:log() do print("  " .. entry.id:sub(1, 7), entry.author, entry.summary) end
+for file in repo:diff() do print("  " .. file.path, file.type, #file.lines .. " lines of a patch") end
 
-say("A call that cannot be done says why, and answers a code:")
-print("  code: " .. tostring(git.get_status(folder .. "/nothing-here")))
+say("What cannot be done is an error, in one sentence:")
+print("  " .. tostring(select(2, pcall(repo.commit, repo, "Too early", ada))))
 
-say("At the end the entries are discarded, and so is the repository.")
-print("  code: " .. tostring(git.free_status_objects(repo)))
+local examples = arg[0]:gsub("[^/]*$", "")
+say("A report of the week, in fifteen lines (examples/report.lua):")
+arg[1] = repo.path
+dofile(examples .. "report.lua")
 host.remove(folder)
 
 say("The tour ends with two people and one remote repository (examples/team.lua):")
-dofile((arg[0]:gsub("[^/]*$", "")) .. "team.lua")
+dofile(examples .. "team.lua")

@@ -1,6 +1,7 @@
 #include <charconv>
 #include <cstdio>
 #include <ctime>
+#include <set>
 
 #include "rows/readers.h"
 #include "uwugithost/call.h"
@@ -28,6 +29,14 @@ std::string errors_of(const LogCapture& log) {
   }
   return text;
 }
+
+// The module keeps one result for each repository, as it is named. Readers of the same one at the
+// same time name it differently, so that none frees what another one reads.
+std::set<std::string>& names_in_use() {
+  static std::set<std::string> names;
+  return names;
+}
+constexpr char kAnotherName[] = "/.";
 
 }  // namespace
 
@@ -92,13 +101,26 @@ ListedRows::ListedRows(const Repository& repository, const Listing& listing,
     if (place == names.size()) names.push_back(column.attribute);
     attribute_of_column_.push_back(place);
   }
-  count_ = static_cast<std::uint64_t>(call_or_throw(repository_, listing_.list, keys_, true));
+  while (!names_in_use().insert(name_in_use()).second) keys_.front() += kAnotherName;
+  try {
+    count_ = static_cast<std::uint64_t>(call_or_throw(repository_, listing_.list, keys_, true));
+  } catch (...) {
+    names_in_use().erase(name_in_use());
+    throw;
+  }
   for (const std::string_view name : names) {
     attributes_.push_back({AttributeReader(repository_, listing_.read, keys_, name), 0, {}});
   }
 }
 
+std::string ListedRows::name_in_use() const {
+  std::string name(listing_.list);
+  for (const std::string& key : keys_) name += '\n' + key;
+  return name;
+}
+
 ListedRows::~ListedRows() {
+  names_in_use().erase(name_in_use());
   try {
     call_or_throw(repository_, listing_.free, keys_, false);
   } catch (const std::exception&) {  // there was nothing, or the run is at its end anyway

@@ -51,6 +51,8 @@ class ListedRows : public RowReader {
   std::uint64_t count() const { return count_; }
 
  private:
+  std::string name_in_use() const;
+
   struct Attribute {
     AttributeReader reader;
     std::uint64_t number;  // of the entry that was read

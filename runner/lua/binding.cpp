@@ -1,62 +1,21 @@
 #include "binding.h"
 
-#include <lua.hpp>
-
 #include <filesystem>
 
+#include "lua/guard.h"
 #include "process.h"
 
 namespace uwugit::runner {
 namespace {
 
-// The session lies in the room that Lua has for its host beside each state and coroutine: no
-// program reaches it there.
-Session*& session_place(lua_State* lua) { return *static_cast<Session**>(lua_getextraspace(lua)); }
-Session& session_of(lua_State* lua) { return *session_place(lua); }
-
-// What may raise an error of Lua, such as that there is no memory, is protected as long as there
-// are C++ values: Lua leaves by a long jump. Answers false with the error as the last value.
-template <class Push>
-bool push_protected(lua_State* lua, Push push) {
-  lua_pushcfunction(lua, [](lua_State* inner) {
-    Push& work = *static_cast<Push*>(lua_touserdata(inner, 1));
-    return work(inner);
-  });
-  lua_pushlightuserdata(lua, &push);
-  return lua_pcall(lua, 1, LUA_MULTRET, 0) == LUA_OK;
-}
-
-// Does work that pushes its results and answers whether all went well. What it throws becomes an
-// error of Lua, which is raised when all C++ values are gone.
+// The error is a text that begins with the place in the program.
 template <class Work>
 int guarded(lua_State* lua, Work work) {
-  const int arguments = lua_gettop(lua);
-  bool is_done = false;
-  try {
-    is_done = work();
-  } catch (const std::exception& error) {
-    push_protected(lua, [&error](lua_State* inner) {
-      luaL_where(inner, 2);
-      lua_pushstring(inner, error.what());
-      lua_concat(inner, 2);
-      return 1;
-    });
-  }
-  return is_done ? lua_gettop(lua) - arguments : lua_error(lua);
-}
-
-host::Value value_from_stack(lua_State* lua, int position, const host::Function& function) {
-  if (lua_type(lua, position) == LUA_TNUMBER) {
-    return static_cast<double>(lua_tonumber(lua, position));
-  }
-  if (lua_type(lua, position) == LUA_TSTRING) {
-    std::size_t length = 0;
-    const char* text = lua_tolstring(lua, position, &length);
-    return std::string(text, length);
-  }
-  throw host::UsageError(function, "argument " + std::to_string(position) + " is a " +
-                                       luaL_typename(lua, position) +
-                                       "; texts and numbers can be given");
+  return guarded_by(lua, work, [](lua_State* inner, const char* message) {
+    luaL_where(inner, 2);
+    lua_pushstring(inner, message);
+    lua_concat(inner, 2);
+  });
 }
 
 int push_outcome(lua_State* lua, const host::Outcome& outcome) {
@@ -152,8 +111,22 @@ constexpr luaL_Reg kHostFunctions[] = {
 
 }  // namespace
 
-void add_tables(lua_State* lua, Session& session) {
-  session_place(lua) = &session;  // new coroutines copy it
+host::Value value_from_stack(lua_State* lua, int position, const host::Function& function) {
+  if (lua_type(lua, position) == LUA_TNUMBER) {
+    return static_cast<double>(lua_tonumber(lua, position));
+  }
+  if (lua_type(lua, position) == LUA_TSTRING) {
+    std::size_t length = 0;
+    const char* text = lua_tolstring(lua, position, &length);
+    return std::string(text, length);
+  }
+  throw host::UsageError(function, "argument " + std::to_string(position) + " is a " +
+                                       luaL_typename(lua, position) +
+                                       "; texts and numbers can be given");
+}
+
+void add_tables(lua_State* lua, LuaContext& context) {
+  context_place(lua) = &context;  // new coroutines copy it
   lua_newtable(lua);
   lua_Integer number = 0;
   for (const host::Function& function : host::catalogue()) {

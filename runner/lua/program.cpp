@@ -1,11 +1,11 @@
 #include "program.h"
 
-#include <lua.hpp>
-
 #include <cstdio>
 #include <new>
 
 #include "binding.h"
+#include "lua/guard.h"
+#include "lua/layer.h"
 
 namespace uwugit::runner {
 namespace {
@@ -82,10 +82,12 @@ int print_values(lua_State* lua) {
 
 void LuaProgram::Closer::operator()(lua_State* state) const { lua_close(state); }
 
-LuaProgram::LuaProgram(Session& session) : lua_(luaL_newstate()) {
+LuaProgram::LuaProgram(Session& session)
+    : context_(std::make_unique<LuaContext>(session)), lua_(luaL_newstate()) {
   if (!lua_) throw std::bad_alloc();
   luaL_openlibs(lua_.get());
-  add_tables(lua_.get(), session);
+  add_tables(lua_.get(), *context_);
+  add_layer(lua_.get());
 }
 
 LuaProgram::~LuaProgram() = default;

@@ -11,6 +11,8 @@ struct lua_State;
 
 namespace uwugit::runner {
 
+struct LuaContext;
+
 class LuaProgram {
  public:
   explicit LuaProgram(Session& session);
@@ -29,6 +31,7 @@ class LuaProgram {
   struct Closer {
     void operator()(lua_State* state) const;
   };
+  std::unique_ptr<LuaContext> context_;
   std::unique_ptr<lua_State, Closer> lua_;
 };
 

@@ -1,0 +1,68 @@
+// What the functions that Lua programs call share: whom they work for, and how an exception becomes
+// an error of Lua.
+#pragma once
+
+#include <lua.hpp>
+
+#include <memory>
+#include <unordered_map>
+
+#include "session.h"
+#include "uwugithost/rows.h"
+
+namespace uwugit::runner {
+
+// Rows that a program goes through.
+struct OpenRows {
+  const host::RowSet* set = nullptr;
+  std::unique_ptr<host::RowReader> reader;
+  lua_Integer number = 0;  // of the row at which it is
+  bool is_busy = false;    // a row is being read: what runs meanwhile must leave it alone
+};
+
+// The rows are found by the place of the value that stands for them in Lua, so that a program that
+// exchanges metatables can at worst take the rows of another loop.
+struct LuaContext {
+  explicit LuaContext(Session& of) : session(of) {}
+  Session& session;
+  std::unordered_map<const void*, OpenRows> rows;
+};
+
+// It lies in the room that Lua has for its host beside each state and coroutine: no program reaches
+// it there.
+inline LuaContext*& context_place(lua_State* lua) {
+  return *static_cast<LuaContext**>(lua_getextraspace(lua));
+}
+inline LuaContext& context_of(lua_State* lua) { return *context_place(lua); }
+inline Session& session_of(lua_State* lua) { return context_of(lua).session; }
+
+// What may raise an error of Lua, such as that there is no memory, is protected as long as there
+// are C++ values: Lua leaves by a long jump. Answers false with the error as the last value.
+template <class Push>
+bool push_protected(lua_State* lua, Push push) {
+  lua_pushcfunction(lua, [](lua_State* inner) {
+    Push& work = *static_cast<Push*>(lua_touserdata(inner, 1));
+    return work(inner);
+  });
+  lua_pushlightuserdata(lua, &push);
+  return lua_pcall(lua, 1, LUA_MULTRET, 0) == LUA_OK;
+}
+
+// Does work that pushes its results and answers whether all went well. What it throws becomes an
+// error of Lua, made by `push_error`, which is raised when all C++ values are gone.
+template <class Work, class PushError>
+int guarded_by(lua_State* lua, Work work, PushError push_error) {
+  const int arguments = lua_gettop(lua);
+  bool is_done = false;
+  try {
+    is_done = work();
+  } catch (const std::exception& error) {
+    push_protected(lua, [&](lua_State* inner) { return push_error(inner, error.what()), 1; });
+  }
+  return is_done ? lua_gettop(lua) - arguments : lua_error(lua);
+}
+
+// An argument for a function of the module. Throws host::UsageError when it can be none.
+host::Value value_from_stack(lua_State* lua, int position, const host::Function& function);
+
+}  // namespace uwugit::runner
