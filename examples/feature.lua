@@ -46,5 +46,4 @@ repo:checkout("feature/tea")
 commit("Offer tea", "soup\nfresh bread and butter\ncake\ncoffee or tea\n")
 repo:checkout("main")
 for _ = 1, 2 do print("  " .. repo:merge("feature/tea", ada).state) end
-show()
 host.remove(folder)

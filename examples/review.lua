@@ -8,6 +8,8 @@ local repo, ada = git.init(folder), { name = "Ada", email = "ada@example.org" }
 
 local function write(name, text) assert(io.open(folder .. "/" .. name, "w")):write(text):close() end
 
+local function commit(message) repo:stage() repo:commit(message, ada) end
+
 local signs = { addition = "+", deletion = "-", context = " " }
 local function show(files)
   for file in files do
@@ -22,14 +24,12 @@ end
 write("greet.lua", 'local name = ...\nprint("hello")\nreturn name\n')
 write("old-name.txt", "kept\n")
 write("notes.txt", "measure\ncompare\n")
-repo:stage()
-repo:commit("Start", ada)
+commit("Start")
 write("greet.lua", 'local name = ...\nprint("hello, " .. name)\nprint("C:\\\\")\nreturn name\n')
 os.rename(folder .. "/old-name.txt", folder .. "/new-name.txt")
 write("notes.txt", "measure\ncompare twice")
 write("picture", "\0\1\2")
-repo:stage()
-repo:commit("Greet by name", ada)
+commit("Greet by name")
 print("What the last commit changed. A rename is one file deleted and one added:")
 show(repo:diff("HEAD~1", "HEAD"))
 

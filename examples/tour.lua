@@ -9,7 +9,7 @@ local function write(name, text) assert(io.open(repo.path .. "/" .. name, "w")):
 local function commit(message) repo:stage() return repo:commit(message, ada) end
 
 say("First a repository to look at, in " .. repo.path .. ":")
-for _, name in ipairs { "changed.txt", "staged.txt", "deleted.txt", "both.txt", "conflict.txt" } do
+for _, name in ipairs { "changed.txt", "deleted.txt", "both.txt", "conflict.txt" } do
   write(name, "The first line of " .. name .. "\n")
 end
 commit("Start")
@@ -21,9 +21,8 @@ repo:checkout("main")
 write("conflict.txt", "What main says\n")
 commit("Main")
 repo:merge("topic", ada)
-write("staged.txt", "Changed and staged\n")
 write("both.txt", "Staged like this\n")
-repo:stage { "staged.txt", "both.txt" }
+repo:stage("both.txt")
 write("both.txt", "and changed again since\n")
 write("changed.txt", "Changed since the last commit\n")
 os.remove(repo.path .. "/deleted.txt")
