@@ -16,7 +16,8 @@ const fs::path kCommand = UWUGIT_COMMAND;
 
 // Runs what stands behind "$ " and "> " as a shell would, in a folder of its own. The lines below
 // are what must come out of it, with "[n]" last when the exit status n is not 0. LIBRARY is the
-// folder of the module. A line that begins with "# " is a comment.
+// folder of the module. A line that begins with "# " is a comment. Of a page of the documentation
+// this holds for what stands between "```console" and "```".
 //
 // With UWUGIT_WRITE_EXPECTED=1 in the environment the transcript is written anew instead.
 class Command : public testing::TestWithParam<const char*> {};
@@ -28,7 +29,8 @@ TEST_P(Command, AnswersAsInTheTranscript) {
   setenv("SOURCE", kSource.c_str(), 1);
   setenv("LIBRARY", kLibraryFolder.c_str(), 1);
   const std::regex library(kLibraryFolder.string()), folder(fs::current_path().string());
-  const fs::path file = kSource / "tests" / (GetParam() + std::string("_transcript.txt"));
+  fs::create_directory_symlink(kSource / "examples", "examples");
+  const fs::path file = kSource / GetParam();
   std::istringstream lines(read_file(file));
   std::string written, command, expected;
   const auto run = [&] {
@@ -41,7 +43,14 @@ TEST_P(Command, AnswersAsInTheTranscript) {
     written += shown;
     command = expected = "";
   };
-  for (std::string line; std::getline(lines, line); line += '\n') {
+  bool is_inside = file.extension() == ".txt";
+  for (std::string line; std::getline(lines, line);) {
+    if (file.extension() == ".md" && (!is_inside || line == "```")) {
+      run();
+      written += line + "\n";
+      is_inside = line == "```console";
+      continue;
+    }
     const bool is_more = line.starts_with("> ");
     const bool is_output = !is_more && !line.starts_with("$ ") && !line.starts_with("# ");
     if (!is_output && !is_more) run();
@@ -53,8 +62,14 @@ TEST_P(Command, AnswersAsInTheTranscript) {
   if (getenv("UWUGIT_WRITE_EXPECTED")) write_file(file, written);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Command, testing::Values("command", "rows"),
-                         [](const auto& name) { return std::string(name.param); });
+INSTANTIATE_TEST_SUITE_P(, Command,
+                         testing::Values("tests/command_transcript.txt",
+                                         "tests/rows_transcript.txt", "tests/sql_transcript.txt",
+                                         "docs/data.md"),
+                         [](const auto& file) {
+                           const std::string stem = fs::path(file.param).stem();
+                           return stem.substr(0, stem.find('_'));
+                         });
 
 }  // namespace
 }  // namespace uwugit::test

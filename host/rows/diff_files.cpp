@@ -39,14 +39,18 @@ class WorkingDiff : public DiffFiles {
   WorkingDiff(const Repository& repository, bool is_index)
       : repository_(repository), is_index_(is_index) {
     const RowSet* status = find_row_set("status");
+    const auto place_of = [status](std::string_view column) {
+      return static_cast<std::size_t>(status->find(column));
+    };
     const auto rows = status->open(repository, {});
     while (rows->next()) {
-      const bool is_staged = rows->cell(status->find("staged")).number != 0;
-      const std::string_view kind = rows->cell(status->find("status")).text;
+      const bool is_staged = rows->cell(place_of("staged")).number != 0;
+      const std::string_view kind = rows->cell(place_of("status")).text;
       if (!is_staged && (is_index || kind == "new")) continue;
-      const std::string path(rows->cell(status->find("path")).text);
+      const std::string path(rows->cell(place_of("path")).text);
       const auto [place, is_first] = places_.try_emplace(path, changed_.size());
-      if (is_first) changed_.push_back({path, std::string(kind), false});
+      const bool is_named = kind == "modified" || kind == "deleted";
+      if (is_first) changed_.push_back({path, is_named ? std::string(kind) : "", false});
       if (kind == "new") changed_[place->second] = {path, "added", true};
     }
   }

@@ -126,6 +126,7 @@ void push_cell(lua_State* lua, const host::Cell& cell, host::ColumnType type) {
   if (cell.is_null) return lua_pushnil(lua);
   switch (type) {
     case host::ColumnType::kText:
+    case host::ColumnType::kAny:
       lua_pushlstring(lua, cell.text.data(), cell.text.size());
       break;
     case host::ColumnType::kFlag:
