@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <numeric>
+#include <sstream>
 
 #include "commands/commands.h"
 #include "commands/rows.h"
@@ -18,11 +18,13 @@ namespace {
 // Empty: there is none.
 std::string read_statement(const SqlCommand& command) {
   if (command.statement_file.empty() && command.statement != "-") return command.statement;
-  std::ifstream file(command.statement_file);
-  std::istream& from = command.statement == "-" ? std::cin : file;
-  const std::string text{std::istreambuf_iterator<char>(from), {}};
-  if (!from) throw host::UsageError(command.statement_file + " cannot be read");
-  return text;
+  const bool is_stdin = command.statement == "-";
+  std::ifstream file;
+  if (!is_stdin) file.open(command.statement_file);
+  if (!file) throw host::UsageError(command.statement_file + " cannot be read");
+  std::ostringstream text;
+  text << (is_stdin ? std::cin.rdbuf() : file.rdbuf());
+  return text.str();
 }
 
 std::vector<std::string> tables_to_write(const SqlCommand& command) {

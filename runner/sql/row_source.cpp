@@ -146,7 +146,7 @@ void RowScan::keep_rest() {
 // Looking up the changes of a commit takes its parents.
 void RowSource::use(const host::RowSet& set, std::uint64_t columns) {
   used_[&set] |= columns;
-  if (set.name != kChanges) return;
+  if (set.name != kChanges || columns == 0) return;
   const host::RowSet& commits = *host::find_row_set("commits");
   used_[&commits] |= std::uint64_t{1} << commits.find("parents");
 }

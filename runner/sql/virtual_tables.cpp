@@ -170,8 +170,12 @@ class Planner {
 int best_index(sqlite3_vtab* base, sqlite3_index_info* info) {
   Table& table = *static_cast<Table*>(base);
   const std::uint64_t all = (std::uint64_t{1} << table.set.columns.size()) - 1;
-  table.source.use(table.set, info->colUsed & all);
-  return Planner(table, info).plan();
+  int answer = SQLITE_OK;
+  const int rc = guarded(base, [&] {
+    table.source.use(table.set, info->colUsed & all);
+    answer = Planner(table, info).plan();
+  });
+  return rc != SQLITE_OK ? rc : answer;
 }
 
 int open_cursor(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
