@@ -11,6 +11,7 @@ namespace {
 void add_common(CLI::App* command, RowsCommand* rows) {
   command->add_option("--columns", rows->columns, "The columns to show, in this order")
       ->delimiter(',')
+      ->allow_extra_args(false)
       ->type_name("NAME,...");
   command->footer("In other formats than a table all columns are shown. docs/data.md tells them.");
 }
