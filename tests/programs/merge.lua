@@ -31,7 +31,7 @@ for _ = 1, 2 do merge "ahead" end
 commit_on("feature/ветка", { both = text .. "eight\n", gone = false, ["old-name"] = false, ["new-name"] = text .. text })
 commit("ours", { both = "ONE\n" .. text:sub(5), ours = "ours", ["old-name"] = "zero\n" .. text .. text })
 run "git branch before; git merge --quiet --no-edit feature/ветка; git branch merged-by-git; git reset --quiet --hard before"
-write("kept", "mine\n")
+write("kept", "mine, and longer\n")
 merge "feature/ветка"
 show [[git diff --stat merged-by-git HEAD; git log -1 --format='%an %ae %cn %ce%n%B'
 git rev-parse HEAD^@ before feature/ветка; git cat-file commit HEAD | grep UTF]]
