@@ -35,36 +35,26 @@ TEST(DiffRecords, EndWhereALineBreakIsFollowedByTheNext) {
   const std::string hunk = head + RECORD("hunk_header", "@@ -1 +1,2 @@ \"},{\"type\":\"\n") ",";
   const std::string shown_head = "Fdiff\n--- a\n+++ b\n|";
   const std::string shown_hunk = shown_head + "H@@ -1 +1,2 @@ \"},{\"type\":\"\n|";
-  const std::
-      pair<std::string, std::string>
-          rows
-              [] =
-                  {
-                      {"", "0+0-"},
-                      {"nonsense", "0+0-"},
-                      {RECORD("file_header", "x\n"), "Fx\n|0+0-"},
-                      {head + RECORD("binary", "Binary files\n"),
-                       shown_head + "BBinary files\n|0+0- binary"},
-                      {hunk + RECORD("context", "a\n") "," RECORD("addition",
-                                                                  "+\"},{\"type\":\"deletion\n"),
-                       shown_hunk + "Ca\n|A+\"},{\"type\":\"deletion\n|1+0-"},
-                      {hunk + RECORD("addition", "+a\n") "," RECORD("addition", "+b") + kNoBreak,
-                       shown_hunk + "A+a\n|A+b|N\n\\ No\n|2+0- cut"},
-                      {hunk + RECORD("deletion", "-\n") "," RECORD("addition", "+\n") "," RECORD(
-                                  "addition", "+\n"),
-                       shown_hunk + "D-\n|A+\n|A+\n|2+1-"},
-                      {hunk + RECORD("deletion",
-                                     "-a\"},{\"type\":\"no_lf_at_end_of_both_files\", "
-                                     "\"value\":\"\n") "," RECORD("addition",
-                                                                  "+b\n") "," RECORD("addition",
-                                                                                     "+"),
-                       shown_hunk + "D-a\"},{\"type\":\"no_lf_at_end_of_both_files\", "
-                                    "\"value\":\"\n|A+b\n|A+|2+1-"},
-                      {hunk + RECORD("context",
-                                     "a\n") ",{\"type\":\"addition\", \"value\":\"+the content en",
-                       shown_hunk + "Ca\n|A+the content en|1+0-"},
-                      {hunk + RECORD("context", "a\n"), shown_hunk + "Ca\n|0+0- cut"},
-                  };
+  const std::pair<std::string, std::string> rows[] = {
+      {"", "0+0-"},
+      {"nonsense", "0+0-"},
+      {RECORD("file_header", "x\n"), "Fx\n|0+0-"},
+      {head + RECORD("binary", "Binary files\n"), shown_head + "BBinary files\n|0+0- binary"},
+      {hunk + RECORD("context", "a\n") "," RECORD("addition", "+\"},{\"type\":\"deletion\n"),
+       shown_hunk + "Ca\n|A+\"},{\"type\":\"deletion\n|1+0-"},
+      {hunk + RECORD("addition", "+a\n") "," RECORD("addition", "+b") + kNoBreak,
+       shown_hunk + "A+a\n|A+b|N\n\\ No\n|2+0- cut"},
+      {hunk + RECORD("deletion", "-\n") "," RECORD("addition", "+\n") "," RECORD("addition", "+\n"),
+       shown_hunk + "D-\n|A+\n|A+\n|2+1-"},
+      {hunk + RECORD("deletion",
+                     "-a\"},{\"type\":\"no_lf_at_end_of_both_files\", "
+                     "\"value\":\"\n") "," RECORD("addition", "+b\n") "," RECORD("addition", "+"),
+       shown_hunk + "D-a\"},{\"type\":\"no_lf_at_end_of_both_files\", "
+                    "\"value\":\"\n|A+b\n|A+|2+1-"},
+      {hunk + RECORD("context", "a\n") ",{\"type\":\"addition\", \"value\":\"+the content en",
+       shown_hunk + "Ca\n|A+the content en|1+0-"},
+      {hunk + RECORD("context", "a\n"), shown_hunk + "Ca\n|0+0- cut"},
+  };
   for (const auto& [content, expected] : rows) EXPECT_EQ(shown(content), expected);
   EXPECT_TRUE(count_lines(std::string(4'999'999, 'x')).is_cut);
   EXPECT_EQ(patch_text(hunk + RECORD("context", "a\n") "," RECORD("addition", "+b") + kNoBreak),
