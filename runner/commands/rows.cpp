@@ -42,9 +42,9 @@ ColumnList find_columns(const host::RowSet& set, const std::vector<std::string>&
   for (const std::string& name : names) {
     const int place = set.find(name);
     if (place < 0) {
-      std::string known;
-      for (const host::Column& column : set.columns) known += " " + std::string(column.name);
-      throw host::UsageError("there is no column '" + name + "'; there are:" + known);
+      std::string why = "there is no column '" + name + "'; there are:";
+      for (const host::Column& column : set.columns) why.append(" ").append(column.name);
+      throw host::UsageError(why);
     }
     places.push_back(static_cast<std::size_t>(place));
   }

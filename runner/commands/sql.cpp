@@ -31,9 +31,9 @@ std::vector<std::string> tables_to_write(const SqlCommand& command) {
   const std::vector<std::string> known = plain_tables();
   for (const std::string& name : command.tables) {
     if (std::find(known.begin(), known.end(), name) != known.end()) continue;
-    std::string list;
-    for (const std::string& table : known) list += " " + table;
-    throw host::UsageError("there is no table '" + name + "' to write; there are:" + list);
+    std::string why = "there is no table '" + name + "' to write; there are:";
+    for (const std::string& table : known) why.append(" ").append(table);
+    throw host::UsageError(why);
   }
   return command.tables.empty() ? known : command.tables;
 }

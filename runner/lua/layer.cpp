@@ -79,7 +79,7 @@ int push_result(lua_State* lua, const host::Function& function, const host::Outc
   lua_createtable(lua, static_cast<int>(lines.size()), 0);
   for (std::size_t i = 0; i < lines.size(); ++i) {
     lua_pushlstring(lua, lines[i].data(), lines[i].size());
-    lua_rawseti(lua, -2, static_cast<lua_Integer>(i + 1));
+    lua_rawseti(lua, -2, static_cast<lua_Integer>(i) + 1);
   }
   lua_setfield(lua, -2, "log");
   return 1;
@@ -89,7 +89,7 @@ int push_result(lua_State* lua, const host::Function& function, const host::Outc
 // what it logs is not shown.
 int call_captured(lua_State* lua) {
   const host::Function* function = host::find_function(luaL_checkstring(lua, 1));
-  luaL_argcheck(lua, function != nullptr, 1, "no function of the module");
+  if (!function) return luaL_argerror(lua, 1, "no function of the module");
   while (lua_isnil(lua, -1)) lua_pop(lua, 1);  // what is left out at the end
   const auto work = [lua, function] {
     std::vector<host::Value> values;

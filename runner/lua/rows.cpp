@@ -217,8 +217,9 @@ int read_field(lua_State* lua) {
   const lua_Integer number = luaL_checkinteger(lua, 3);
   OpenRows* rows = rows_of(lua);
   const int column = rows ? rows->set->find(name) : -1;
-  lua_pushboolean(lua, column >= 0 && number > 0 && rows->number == number);
-  if (!lua_toboolean(lua, -1)) return 1;
+  const bool is_there = rows && column >= 0 && number > 0 && rows->number == number;
+  lua_pushboolean(lua, is_there);
+  if (!is_there) return 1;
   return 1 + guarded_rows(lua, rows->set->name.data(), [lua, rows, column] {
            const auto place = static_cast<std::size_t>(column);
            rows->is_busy = true;

@@ -184,7 +184,7 @@ std::shared_ptr<KeptRows> RowSource::keep_all(const host::RowSet& set,
                                               const host::RowQuery& query) {
   if (has_kept(set, query)) return kept_[&set].rows;
   kept_.erase(&set);
-  const auto rows = std::make_shared<KeptRows>(set.columns, used(set));
+  auto rows = std::make_shared<KeptRows>(set.columns, used(set));
   for (const auto reader = open(set, query); reader->next();) rows->add(*reader);
   kept_[&set] = {query.first, query.second, rows};
   return rows;
