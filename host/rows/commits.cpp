@@ -1,5 +1,6 @@
 // commits and parents: the two sets of rows of a history.
 #include <algorithm>
+#include <filesystem>
 
 #include "rows/readers.h"
 
@@ -58,7 +59,9 @@ bool contains(std::string_view text, const std::string& part) {
 class CommitRows : public ListedRows {
  public:
   CommitRows(const Repository& repository, RowQuery query)
-      : ListedRows(repository, kListing, keys_of(repository), kColumns), query_(std::move(query)) {}
+      : ListedRows(repository, kListing, keys_of(repository), kColumns), query_(std::move(query)) {
+    refuse_cut(repository);
+  }
 
   bool next() override {
     if (given_ >= query_.limit) return false;
@@ -71,6 +74,20 @@ class CommitRows : public ListedRows {
   }
 
  private:
+  // A walk that meets a missing commit ends there without an error. Its last commit then has
+  // parents, as parents come last; so has that of a shallow clone, where libgit2 can read it.
+  void refuse_cut(const Repository& repository) {
+    seek(count());
+    const bool is_whole =
+        count() > 0 && (cell(kParents).text.empty() ||
+                        std::filesystem::exists(repository.path() + "/.git/shallow"));
+    seek(0);
+    if (is_whole) return;
+    throw RepositoryError(
+        "the history cannot be read whole, as commits are missing (in a shallow clone: git fetch "
+        "--unshallow; otherwise git fsck names them)");
+  }
+
   // Asks only for the attributes that the query is about.
   bool is_wanted() {
     if (!query_.id.empty() && cell(kId).text != query_.id) return false;

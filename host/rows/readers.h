@@ -49,6 +49,8 @@ class ListedRows : public RowReader {
   Cell cell(std::size_t column) override;
 
   std::uint64_t count() const { return count_; }
+  // Stands on that entry, 0 for the place before the first.
+  void seek(std::uint64_t number) { number_ = number; }
 
  private:
   std::string name_in_use() const;

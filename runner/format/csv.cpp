@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <charconv>
 
 #include "format/writer.h"
 
@@ -41,13 +40,8 @@ class CsvWriter : public RowWriter {
         std::replace(line_.begin() + static_cast<std::ptrdiff_t>(start), line_.end(), ',', ' ');
         break;
       }
-      case host::ColumnType::kFlag:
-        line_ += cell.number != 0 ? "true" : "false";
-        break;
-      default: {
-        char text[24];
-        line_.append(text, std::to_chars(text, text + sizeof text, cell.number).ptr);
-      }
+      default:
+        append_plain(line_, type, cell);
     }
   }
 
@@ -77,6 +71,14 @@ class CsvWriter : public RowWriter {
 };
 
 }  // namespace
+
+void append_plain(std::string& to, host::ColumnType type, const host::Cell& cell) {
+  if (type == host::ColumnType::kFlag) {
+    to += cell.number != 0 ? "true" : "false";
+  } else {
+    to += std::to_string(cell.number);
+  }
+}
 
 std::unique_ptr<RowWriter> make_csv_writer(const host::RowSet& set, ColumnList columns,
                                            std::FILE* file) {

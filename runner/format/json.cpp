@@ -1,4 +1,3 @@
-#include <charconv>
 
 #include "format/writer.h"
 
@@ -53,13 +52,8 @@ class JsonWriter : public RowWriter {
       case host::ColumnType::kIds:
         add_ids(cell.text);
         break;
-      case host::ColumnType::kFlag:
-        line_ += cell.number != 0 ? "true" : "false";
-        break;
-      default: {
-        char text[24];
-        line_.append(text, std::to_chars(text, text + sizeof text, cell.number).ptr);
-      }
+      default:
+        append_plain(line_, type, cell);
     }
   }
 

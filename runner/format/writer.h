@@ -46,6 +46,9 @@ std::unique_ptr<RowWriter> make_table_writer(const host::RowSet& set, ColumnList
 std::unique_ptr<RowWriter> make_diff_writer(Format format, const host::RowSet& files,
                                             std::FILE* file);
 
+// Appends a flag as true or false, and a number or time in digits.
+void append_plain(std::string& to, host::ColumnType type, const host::Cell& cell);
+
 // Appends a text with every byte that is not part of valid UTF-8 replaced by U+FFFD.
 void append_utf8(std::string& to, std::string_view text);
 
