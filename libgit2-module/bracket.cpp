@@ -11,8 +11,10 @@
 #include <cstdarg>
 #include <mutex>
 
+#include "kept_packs.h"
 #include "next.h"
 #include "process_options.h"
+#include "reading_options.h"
 #include "regular_expressions.h"
 #include "repository_lock.h"
 #include "ssh_hosts.h"
@@ -29,6 +31,7 @@ class Libgit2 {
       if (const int count = NEXT(git_libgit2_init)(); count < 0) return count;
       is_up_ = true;
       guard_ssh_hosts();
+      set_reading_options();
       start_.take();
       options_.remember();
     }
@@ -57,6 +60,7 @@ class Libgit2 {
 
  private:
   void take_down() {
+    let_packs_go();
     unguard_ssh_hosts();
     NEXT(git_libgit2_shutdown)();
     is_up_ = false;

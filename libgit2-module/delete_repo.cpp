@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "kept_packs.h"
+
 namespace {
 
 constexpr int kRemoved = 0;
@@ -97,6 +99,7 @@ int git_delete_repo(const char* given) {
   }
   const std::string path = without_last_slashes(given);
   if (!has_own_name(path)) return kNotRemoved;
+  let_packs_go();  // or the disk would keep the room of those of this repository
   const Directory directory(open_directory(AT_FDCWD, path.c_str()));
   const bool is_removed =
       directory.is_open() && empty_directory(directory) && rmdir(path.c_str()) == 0;

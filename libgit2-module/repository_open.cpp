@@ -2,10 +2,16 @@
 // found. A later function that fails without an error of its own would be reported with this one.
 // Here the error is cleared after a success.
 
+#include "kept_packs.h"
 #include "next.h"
 
 EXPORT int git_repository_open(git_repository** repo, const char* path) {
   const int code = NEXT(git_repository_open)(repo, path);
-  if (code == 0) git_error_clear();
-  return code;
+  if (code != 0) {
+    let_packs_go();  // what is gone, or unmounted, may be among them
+    return code;
+  }
+  keep_packs(*repo);
+  git_error_clear();
+  return 0;
 }

@@ -2,10 +2,13 @@
 
 #include <cstdlib>
 
+#include "file_state.h"
+
 namespace {
 
 constexpr char kCertificateFile[] = "SSL_CERT_FILE";
-constexpr std::array kVariables = {"HOME", "XDG_CONFIG_HOME", "SSL_CERT_DIR", kCertificateFile};
+constexpr std::array kVariables = {"HOME",           "XDG_CONFIG_HOME",    "SSL_CERT_DIR",
+                                   kCertificateFile, "UWUGIT_CACHE_BYTES", "UWUGIT_TRUST_OBJECTS"};
 
 // The bundles of the distributions, each built into some libgit2 or its TLS library. What they link
 // to is looked at.
@@ -17,12 +20,6 @@ constexpr std::array kBundles = {
     "/etc/ssl/cert.pem",                   // Alpine
 };
 
-struct stat look_at(const char* path) {
-  struct stat found {};
-  if (!path || stat(path, &found) != 0) found = {};
-  return found;
-}
-
 // The last of the files is the one that the environment names.
 const char* path_of(std::size_t file) {
   return file < kBundles.size() ? kBundles[file] : std::getenv(kCertificateFile);
@@ -30,12 +27,6 @@ const char* path_of(std::size_t file) {
 
 bool is_same(const std::optional<std::string>& kept, const char* value) {
   return value ? kept && *kept == value : !kept;
-}
-
-bool is_same(const struct stat& left, const struct stat& right) {
-  return left.st_ino == right.st_ino && left.st_dev == right.st_dev &&
-         left.st_size == right.st_size && left.st_mtim.tv_sec == right.st_mtim.tv_sec &&
-         left.st_mtim.tv_nsec == right.st_mtim.tv_nsec;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What libgit2 and its TLS library read once, when libgit2 starts.
+// What libgit2, its TLS library and the companion read once, when libgit2 starts.
 #pragma once
 
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-// Where the configuration lies, and the trusted authorities.
+// Where the configuration lies, the trusted authorities, and how objects are read.
 class StartState {
  public:
   void take();
@@ -16,7 +16,7 @@ class StartState {
   bool is_current() const;
 
  private:
-  static constexpr std::size_t kValues = 4;
+  static constexpr std::size_t kValues = 6;
   static constexpr std::size_t kFiles = 6;
 
   std::array<std::optional<std::string>, kValues> values_;

@@ -9,8 +9,10 @@
 #include <zlib.h>
 
 #include "next.h"
+#include "whole_stream.h"
 
 EXPORT int inflate(z_streamp stream, int flush) {
+  if (stream && inflate_whole_stream(stream)) return Z_STREAM_END;
   const bool has_input = stream && stream->avail_in != 0;
   const uInt room = stream ? stream->avail_out : 0;
   const int code = NEXT(inflate)(stream, flush);

@@ -52,6 +52,8 @@ void add_session_options(CLI::App* command, SessionOptions& options) {
   add_path("--install-path", &options.install_path, "And last here (UWUGIT_INSTALL_PATH)");
   command->add_flag("--trace", options.is_traced,
                     "Show each libgit2 function looked up, with the time until the next one");
+  command->add_flag("--trust-objects", options.is_trusting,
+                    "Do not compare the objects that are read with their ids, as git does not");
   command->add_flag("--memory", options.is_memory_shown, "Show pools and bytes at the end");
 }
 

@@ -1,6 +1,7 @@
 #include "session.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace uwugit::runner {
 namespace {
@@ -31,7 +32,9 @@ Session::Session(const SessionOptions& options)
     : host_(search_lists(options)),
       module_(std::make_unique<host::FunctionModule>(module_file(options), host_.control_block())),
       trace_(host_, options.is_traced),
-      is_memory_shown_(options.is_memory_shown) {}
+      is_memory_shown_(options.is_memory_shown) {
+  if (options.is_trusting) setenv("UWUGIT_TRUST_OBJECTS", "1", 1);  // read when libgit2 comes up
+}
 
 Session::~Session() {
   if (!is_memory_shown_) return;

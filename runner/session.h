@@ -19,6 +19,7 @@ struct SessionOptions {
   std::optional<std::string> extension_path;
   std::optional<std::string> install_path;
   bool is_traced = false;
+  bool is_trusting = false;  // of the objects' ids
   bool is_memory_shown = false;
 };
 

@@ -58,6 +58,12 @@ class Brackets : public testing::Test {
     return calls();
   }
 
+  // When libgit2 comes up, it gets a cache of that size and verifies what it reads, or does not.
+  Brackets() { setenv("UWUGIT_CACHE_BYTES", "7", 1); }
+  static std::string start(bool is_verified = true) {
+    return "init 7=7 22=" + std::to_string(is_verified) + " ";
+  }
+
   Sandbox sandbox_;
 };
 
@@ -75,17 +81,18 @@ TEST_F(Brackets, KeepLibgit2UpBetweenThem) {
   *find<int>("answer_of_init") = -7;
   EXPECT_EQ(play("ebeb"), "0-70-7 init init ");
   *find<int>("answer_of_init") = 1;
-  EXPECT_EQ(play("bbee"), "1210 init clear ");
+  EXPECT_EQ(play("bbee"), "1210 " + start() + "clear ");
   EXPECT_EQ(play("ebe"), "010 clear ");
   EXPECT_EQ(play("bbsee"), "12010 12=5 clear shutdown ");
-  EXPECT_EQ(play("be"), "10 init clear ");
-  EXPECT_EQ(play("sbe"), "010 12=5 shutdown init clear ") << "an option set between brackets";
+  EXPECT_EQ(play("be"), "10 " + start() + "clear ");
+  EXPECT_EQ(play("sbe"), "010 12=5 shutdown " + start() + "clear ")
+      << "an option set between brackets";
 }
 
 TEST_F(Brackets, BeginAfreshWhenWhatLibgit2ReadAtItsStartHasChanged) {
   calls_of_a_bracket();
   const auto begins_afresh_once = [](auto) {
-    EXPECT_EQ(calls_of_a_bracket(), "shutdown init clear ");
+    EXPECT_EQ(calls_of_a_bracket(), "shutdown " + start() + "clear ");
     EXPECT_EQ(calls_of_a_bracket(), "clear ");
   };
   for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "SSL_CERT_DIR", "SSL_CERT_FILE"}) {
@@ -98,6 +105,9 @@ TEST_F(Brackets, BeginAfreshWhenWhatLibgit2ReadAtItsStartHasChanged) {
     begins_afresh_once(++*field);
   }
   begins_afresh_once(bundle.st_ino = 0);  // it is gone
+  setenv("UWUGIT_TRUST_OBJECTS", "1", 1);
+  EXPECT_EQ(calls_of_a_bracket(), "shutdown " + start(false) + "clear ");
+  begins_afresh_once(unsetenv("UWUGIT_TRUST_OBJECTS"));
   init();
   setenv("HOME", "/c", 1);
   EXPECT_EQ(calls_of_a_bracket(), "") << "a bracket is open";
@@ -174,7 +184,7 @@ TEST_F(Brackets, EndWhenTheCompanionIsUnloaded) {
   fs::copy_file(UWUGIT_RECORDED_COMPANION, file);
   void* another = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   reinterpret_cast<int (*)()>(dlsym(another, "git_libgit2_init"))();
-  EXPECT_EQ(calls(), "init ");
+  EXPECT_EQ(calls(), start());
   dlclose(another);
   EXPECT_EQ(calls(), "shutdown ");
 }
