@@ -145,6 +145,20 @@ Reference describe(const Libgit2& git, const git_reference* reference, std::stri
   return found;
 }
 
+std::string commit_of(const Libgit2& git, git_repository* repository, const std::string& name) {
+  Owned<git_object> object(git, "git_object_free");
+  Owned<git_object> commit(git, "git_object_free");
+  const int code = GIT2(git, git_revparse_single)(&object.it, repository, name.c_str());
+  if (code == kAmbiguous) {
+    throw RepositoryError("'" + name + "' is ambiguous: more than one object begins with it");
+  }
+  if (code != 0) throw RepositoryError("'" + name + "' names nothing in this repository");
+  if (GIT2(git, git_object_peel)(&commit.it, object.it, kCommit) != 0) {
+    throw RepositoryError("'" + name + "' is not a commit");
+  }
+  return id_text(git, commit.it);
+}
+
 std::string without_slash(std::string path) {
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
   return path;
@@ -161,19 +175,15 @@ Repository::Repository(Host& host, const FunctionModule& module, const std::stri
 }
 
 std::string Repository::commit_id(const std::string& name) const {
+  return commit_ids({name}).front();
+}
+
+std::vector<std::string> Repository::commit_ids(std::initializer_list<std::string> names) const {
   const Libgit2 git(host_);
   const OpenedRepository opened(git, path_);
-  Owned<git_object> object(git, "git_object_free");
-  Owned<git_object> commit(git, "git_object_free");
-  const int code = GIT2(git, git_revparse_single)(&object.it, opened.it, name.c_str());
-  if (code == kAmbiguous) {
-    throw RepositoryError("'" + name + "' is ambiguous: more than one object begins with it");
-  }
-  if (code != 0) throw RepositoryError("'" + name + "' names nothing in this repository");
-  if (GIT2(git, git_object_peel)(&commit.it, object.it, kCommit) != 0) {
-    throw RepositoryError("'" + name + "' is not a commit");
-  }
-  return id_text(git, commit.it);
+  std::vector<std::string> ids;
+  for (const std::string& name : names) ids.push_back(commit_of(git, opened.it, name));
+  return ids;
 }
 
 std::string Repository::find_commit(const std::string& name) const {

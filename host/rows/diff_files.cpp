@@ -106,8 +106,9 @@ std::unique_ptr<DiffFiles> open_diff(const Repository& repository, const RowQuer
   if (query.second == kIndex || query.second == kWorkingTree) {
     return std::make_unique<WorkingDiff>(repository, query.second == kIndex);
   }
-  return diff_of_ids(repository, query.first.empty() ? "" : repository.commit_id(query.first),
-                     repository.commit_id(query.second));
+  if (query.first.empty()) return diff_of_ids(repository, "", repository.commit_id(query.second));
+  const std::vector<std::string> ids = repository.commit_ids({query.first, query.second});
+  return diff_of_ids(repository, ids.front(), ids.back());
 }
 
 }  // namespace uwugit::host

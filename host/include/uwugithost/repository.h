@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -42,7 +43,9 @@ class Repository {
   // The whole id of the commit that a name leads to: a branch, a tag, "HEAD~2", a short id. Throws
   // RepositoryError when it leads to none.
   std::string commit_id(const std::string& name) const;
-  // The same; empty when it leads to none.
+  // The same for several names, for which the repository is opened once.
+  std::vector<std::string> commit_ids(std::initializer_list<std::string> names) const;
+  // That of one name; empty when it leads to none.
   std::string find_commit(const std::string& name) const;
 
   // Branches, other references, remote branches, the stash and tags, each in the order of their
