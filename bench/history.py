@@ -1,8 +1,9 @@
-"""Writes a history for git fast-import: COMMITS FILES. Each commit changes one to four files."""
+"""Writes a history for git fast-import: COMMITS FILES [FOLDERS]. Each commit changes one to four files."""
 import random
 import sys
 
 commits, files = int(sys.argv[1]), int(sys.argv[2])
+folders = int(sys.argv[3]) if len(sys.argv) > 3 else 17
 random.seed(1)
 contents = [[f"line {line} of {file}" for line in range(random.randint(1, 120))] for file in range(files)]
 time, parts = 1_400_000_000, []
@@ -23,7 +24,7 @@ for commit in range(1, commits + 1):
             else:
                 lines.pop(random.randrange(len(lines)))
         text = "\n".join(lines) + "\n"
-        parts.append(f"M 100644 inline folder{file % 17}/file{file}\ndata {len(text)}\n{text}\n")
+        parts.append(f"M 100644 inline folder{file % folders}/file{file}\ndata {len(text)}\n{text}\n")
         del lines[120:]
     if len(parts) > 10_000:
         sys.stdout.write("".join(parts))

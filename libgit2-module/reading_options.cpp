@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr std::size_t kLargestTree = std::size_t{1} << 20;
+
 std::size_t memory_of_machine() {
   return static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) *
          static_cast<std::size_t>(sysconf(_SC_PAGE_SIZE));
@@ -45,5 +47,6 @@ void set_reading_options() {
   const char* trust = std::getenv("UWUGIT_TRUST_OBJECTS");
   const int is_verified = !trust || std::string_view(trust) != "1";
   NEXT(git_libgit2_opts)(GIT_OPT_SET_CACHE_MAX_SIZE, memory_for_objects());
+  NEXT(git_libgit2_opts)(GIT_OPT_SET_CACHE_OBJECT_LIMIT, GIT_OBJECT_TREE, kLargestTree);
   NEXT(git_libgit2_opts)(GIT_OPT_ENABLE_STRICT_HASH_VERIFICATION, is_verified);
 }

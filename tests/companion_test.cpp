@@ -58,10 +58,11 @@ class Brackets : public testing::Test {
     return calls();
   }
 
-  // When libgit2 comes up, it gets a cache of that size and verifies what it reads, or does not.
+  // When libgit2 comes up, it gets a cache of that size, with room for trees, and verifies what it
+  // reads, or does not.
   Brackets() { setenv("UWUGIT_CACHE_BYTES", "7", 1); }
   static std::string start(bool is_verified = true) {
-    return "init 7=7 22=" + std::to_string(is_verified) + " ";
+    return "init 7=7 6=2=1048576 22=" + std::to_string(is_verified) + " ";
   }
 
   Sandbox sandbox_;

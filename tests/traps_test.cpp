@@ -189,5 +189,33 @@ TEST_F(Traps, OfTheStashAreRefusedAndNothingElseIs) {
   }
 }
 
+// The trees that are equal on both sides are passed over; what is told of the others is the same,
+// whatever their files are called and become.
+TEST_F(Traps, OfReadingEqualTreesAreHealedWithoutADifference) {
+  constexpr char kHistory[] = R"sh(
+step() { git add --all; git commit --quiet --allow-empty --message step; }
+git rm -r --quiet .; rm -rf a; mkdir -p a/b/c a-b other/deep
+for name in a.b a0 a-b/x a/b/x a/b/c/x '!n' '#h' ':c' '*' '\\' ' s' 'a/b/[x]' other/deep/x; do
+  echo "$name" >"$name"
+done
+step; echo y >>a/b/x; echo y >>'!n'; echo y >>'*'; step; step
+rm -r a/b; echo file >a/b; step
+rm -r a a0; mkdir a0; echo y >a0/x; ln -s a0 a; step
+chmod +x a.b; rm '#h'; step
+mkdir many; for n in $(seq 300); do echo $n >many/$n; done; step
+for n in $(seq 249); do echo x >many/$n; done; step
+git update-index --add --cacheinfo 160000,$(git rev-parse HEAD),many/module
+git commit --quiet --message step; git config diff.context 1
+show() {
+  "$command" changes --system-path $1 --format csv
+  for id in $(git log --format=%h | sed '$d'); do
+    "$command" diff --system-path $1 --format patch $id~1 $id
+  done
+}
+show ../../plain >../plain; show "$system" >../cured; cmp ../plain ../cured && grep -c ^diff ../cured
+git log -p --no-renames --format= HEAD~9.. | grep -c ^diff)sh";
+  EXPECT_EQ(run_cured(kHistory), "581 581 ");
+}
+
 }  // namespace
 }  // namespace uwugit::test
