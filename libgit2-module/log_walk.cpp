@@ -21,179 +21,57 @@
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
+#include <limits>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "commit_graph.h"
 #include "next.h"
+#include "object_cache.h"
 #include "one_writer.h"
 
 namespace {
 
+using Place = CommitGraph::Place;
+
 constexpr unsigned kChildrenFirstNewestFirst = GIT_SORT_TOPOLOGICAL | GIT_SORT_TIME;
-constexpr unsigned kMostParents = 65535;  // libgit2 refuses to walk past a commit with more
+constexpr unsigned kMostParents = 65535;  // libgit2 walks past no commit with more
 
 // What the commits of all walks that wait for their turn may take.
 std::size_t kept_bytes() { return std::size_t{256} << 20; }
 std::atomic<std::size_t> bytes_in_use = 0;
 
 // About what libgit2's record of a commit takes: names and addresses are copied out of the header.
-std::size_t size_of(const git_commit* commit) {
-  constexpr std::size_t records = 500;
-  return records + 2 * std::strlen(git_commit_raw_header(commit)) +
-         std::strlen(git_commit_message_raw(commit));
+std::uint32_t size_of(const git_commit* commit) {
+  constexpr std::size_t records = 400;
+  const std::size_t size = records + 2 * std::strlen(git_commit_raw_header(commit)) +
+                           std::strlen(git_commit_message_raw(commit));
+  return static_cast<std::uint32_t>(std::min<std::size_t>(size, std::numeric_limits<int>::max()));
 }
 
-// libgit2's cache of objects is turned off for as long as somebody is at work with this. There is
-// one switch for the process and no way to ask for its position, so the first to come finds out.
-class CacheOff {
- public:
-  template <class IsOn>
-  explicit CacheOff(IsOn is_on) {
-    const std::lock_guard lock(mutex_);
-    if (users_++ == 0 && (was_on_ = is_on())) set(0);
-  }
-  ~CacheOff() {
-    const std::lock_guard lock(mutex_);
-    if (--users_ == 0 && was_on_) set(1);
-  }
-  CacheOff(const CacheOff&) = delete;
-  CacheOff& operator=(const CacheOff&) = delete;
-
-  bool was_on() const { return was_on_; }
-
- private:
-  // Past the companion's own function, as nothing is to be put back at the end of the bracket.
-  static void set(int is_on) { NEXT(git_libgit2_opts)(GIT_OPT_ENABLE_CACHING, is_on); }
-
-  static inline std::mutex mutex_;
-  static inline int users_ = 0;
-  static inline bool was_on_ = false;
-};
-
-// Whether an object that is looked up twice is the same one, out of the cache.
-bool is_cached(git_repository* repo, const git_oid& id) {
-  git_object* objects[2] = {};
-  for (git_object*& object : objects) git_object_lookup(&object, repo, &id, GIT_OBJECT_ANY);
-  for (git_object* object : objects) git_object_free(object);
-  return objects[0] && objects[0] == objects[1];
+void keep(CommitGraph::Commit& place, git_commit* commit) {
+  place.kept = commit;
+  place.size = size_of(commit);
+  bytes_in_use += place.size;
 }
 
-// The place of a commit in its graph.
-using Place = std::uint32_t;
+// Null when nothing is kept.
+git_commit* take(CommitGraph::Commit& place) {
+  if (place.kept) bytes_in_use -= place.size;
+  return std::exchange(place.kept, nullptr);
+}
 
-// libgit2's heap, step by step: which of two commits of the same time comes first depends on it.
-class NewestFirst {
- public:
-  bool is_empty() const { return items_.empty(); }
-
-  void push(git_time_t time, Place place) {
-    std::size_t at = items_.size();
-    items_.push_back({time, place});
-    for (; at > 0 && items_[(at - 1) / 2].time < time; at = (at - 1) / 2) {
-      items_[at] = items_[(at - 1) / 2];
-    }
-    items_[at] = {time, place};
-  }
-
-  Place pop() {
-    const Place newest = items_.front().place;
-    const Item last = items_.back();
-    items_.pop_back();
-    std::size_t at = 0;
-    for (std::size_t kid = 1; kid < items_.size(); kid = 2 * at + 1) {
-      if (kid + 1 < items_.size() && items_[kid].time < items_[kid + 1].time) ++kid;
-      if (last.time >= items_[kid].time) break;
-      items_[at] = items_[kid];
-      at = kid;
-    }
-    if (at < items_.size()) items_[at] = last;
-    return newest;
-  }
-
- private:
-  struct Item {
-    git_time_t time;
-    Place place;
-  };
-  std::vector<Item> items_;
-};
-
-// The commits that were reached. The parents of all of them lie one behind the other, in the order
-// of the commits.
-class Graph {
- public:
-  struct Commit {
-    git_oid id;
-    std::uint32_t first_parent;  // the first of its own among the parents
-    std::uint32_t children;      // those that were not handed out yet
-    git_time_t time;
-    git_commit* kept;
-
-    void keep(git_commit* commit) {
-      bytes_in_use += size_of(commit);
-      kept = commit;
-    }
-    // Null when nothing is kept.
-    git_commit* take() {
-      if (kept) bytes_in_use -= size_of(kept);
-      return std::exchange(kept, nullptr);
-    }
-  };
-  std::vector<Commit> commits;
-  std::vector<Place> parents;
-
-  // A new commit comes last.
-  Place place_of(const git_oid& id) {
-    if (2 * commits.size() >= places_.size()) grow();
-    Place& place = slot_of(id);
-    if (place == kNone) {
-      commits.push_back({id, 0, 0, 0, nullptr});
-      place = static_cast<Place>(commits.size() - 1);
-    }
-    return place;
-  }
-
-  void add_parent(const git_oid& id) {
-    const Place parent = place_of(id);
-    ++commits[parent].children;
-    parents.push_back(parent);
-  }
-
-  std::size_t end_of_parents(Place place) const {
-    return place + 1 < commits.size() ? commits[place + 1].first_parent : parents.size();
-  }
-
- private:
-  static constexpr Place kNone = ~Place{0};
-
-  Place& slot_of(const git_oid& id) {
-    std::size_t slot;  // an id is a hash already
-    std::memcpy(&slot, id.id, sizeof slot);
-    const std::size_t mask = places_.size() - 1;
-    for (slot &= mask; places_[slot] != kNone; slot = (slot + 1) & mask) {
-      if (git_oid_equal(&commits[places_[slot]].id, &id)) break;
-    }
-    return places_[slot];
-  }
-
-  void grow() {
-    places_.assign(std::max<std::size_t>(1024, 2 * places_.size()), kNone);
-    for (Place place = 0; place < commits.size(); ++place) slot_of(commits[place].id) = place;
-  }
-
-  std::vector<Place> places_;  // by the hash, and always with room
-};
-
-// libgit2 (since 1.5) begins with the tip that was pushed last, and before with the first.
+// libgit2 (since 1.7) begins with the tip that was pushed last, and before with the first.
 bool is_last_tip_first() {
   int major = 0;
   int minor = 0;
   int revision = 0;
   git_libgit2_version(&major, &minor, &revision);
-  return major > 1 || minor >= 5;
+  return major > 1 || minor >= 7;
 }
 
 // What is known of a walk besides libgit2's own record.
@@ -201,7 +79,7 @@ class LogWalk {
  public:
   LogWalk(const git_revwalk* revwalk, git_repository* repo) : walk(revwalk), repo_(repo) {}
   ~LogWalk() {
-    for (Graph::Commit& commit : graph_.commits) git_commit_free(commit.take());
+    for (Place place = 0; place < graph_.size(); ++place) git_commit_free(take(graph_[place]));
   }
   LogWalk(const LogWalk&) = delete;
   LogWalk& operator=(const LogWalk&) = delete;
@@ -227,6 +105,7 @@ class LogWalk {
 
   // References that lead to no commit are passed over.
   int push_glob(std::string_view given) {
+    if (given.starts_with('/')) return GIT_EINVALIDSPEC;  // libgit2 takes such a slash away
     std::string glob = (given.starts_with("refs/") ? "" : "refs/") + std::string(given);
     if (given.find_first_of("?*[") == given.npos) glob += "/*";
     git_reference_iterator* made = nullptr;
@@ -245,11 +124,11 @@ class LogWalk {
   // Looks up all that is reached. False when libgit2 has to answer.
   bool begin() {
     if (tips_.empty()) return false;
-    const CacheOff cache([this] { return is_cached(repo_, tips_.back()); });
+    const CacheOff cache(repo_, tips_.back());
     has_cache_ = cache.was_on();
     for (auto tip = tips_.rbegin(); tip != tips_.rend(); ++tip) graph_.place_of(*tip);
-    const auto tip_count = static_cast<Place>(graph_.commits.size());
-    for (Place place = 0; place < graph_.commits.size(); ++place) {
+    const auto tip_count = static_cast<Place>(graph_.size());
+    for (Place place = 0; place < graph_.size(); ++place) {
       if (!look_up(place)) return false;
     }
     const bool is_last_first = is_last_tip_first();
@@ -260,12 +139,12 @@ class LogWalk {
   bool is_over() const { return expected_.is_empty(); }
 
   void hand_out(git_oid* id) {
-    if (handed_out_) git_commit_free(handed_out_->take());
+    if (handed_out_) git_commit_free(take(*handed_out_));
     const Place place = expected_.pop();
-    handed_out_ = &graph_.commits[place];
-    for (std::size_t i = handed_out_->first_parent; i < graph_.end_of_parents(place); ++i) {
-      --graph_.commits[graph_.parents[i]].children;
-      expect(graph_.parents[i]);
+    handed_out_ = &graph_[place];
+    for (const Place parent : graph_.parents_of(place)) {
+      --graph_[parent].children;
+      expect(parent);
     }
     ++count_;
     *id = handed_out_->id;
@@ -277,7 +156,7 @@ class LogWalk {
   bool is_turn_of(const git_repository* repo, const git_oid* id) const {
     return handed_out_ && repo == repo_ && git_oid_equal(&handed_out_->id, id);
   }
-  git_commit* take_kept() { return std::exchange(handed_out_, nullptr)->take(); }
+  git_commit* take_kept() { return take(*std::exchange(handed_out_, nullptr)); }
   bool has_cache() const { return has_cache_; }
 
   const git_revwalk* const walk;
@@ -287,32 +166,29 @@ class LogWalk {
  private:
   bool look_up(Place place) {
     git_commit* commit = nullptr;
-    if (NEXT(git_commit_lookup)(&commit, repo_, &graph_.commits[place].id) != 0) {
+    if (NEXT(git_commit_lookup)(&commit, repo_, &graph_[place].id) != 0) {
       git_error_clear();
       return false;
     }
-    Graph::Commit& node = graph_.commits[place];  // until more are added
-    node.keep(commit);
-    node.time = git_commit_time(commit);
-    node.first_parent = static_cast<std::uint32_t>(graph_.parents.size());
+    keep(graph_[place], commit);
+    graph_[place].time = git_commit_time(commit);
+    graph_[place].first_parent = static_cast<std::uint32_t>(graph_.count_parents());
     const unsigned parent_count = git_commit_parentcount(commit);
-    if (parent_count > kMostParents) return false;
     for (unsigned i = 0; i < parent_count; ++i) graph_.add_parent(*git_commit_parent_id(commit, i));
-    if (bytes_in_use > kept_bytes()) git_commit_free(graph_.commits[place].take());
-    return true;
+    if (bytes_in_use > kept_bytes()) git_commit_free(take(graph_[place]));
+    return parent_count <= kMostParents;
   }
 
-  // Those whose children have all been handed out.
+  // Not before its children have been handed out.
   void expect(Place place) {
-    const Graph::Commit& commit = graph_.commits[place];
-    if (commit.children == 0) expected_.push(commit.time, place);
+    if (graph_[place].children == 0) expected_.push(graph_[place].time, place);
   }
 
   git_repository* const repo_;
   std::vector<git_oid> tips_;
-  Graph graph_;
-  NewestFirst expected_;  // no child of theirs is left
-  Graph::Commit* handed_out_ = nullptr;
+  CommitGraph graph_;
+  NewestFirst expected_;
+  CommitGraph::Commit* handed_out_ = nullptr;
   std::size_t count_ = 0;
   bool has_begun_ = false;
   bool has_cache_ = false;
@@ -476,7 +352,7 @@ EXPORT int git_commit_lookup(git_commit** commit, git_repository* repo, const gi
     has_cache = own && own->has_cache();
   }
   if (!is_turn) return NEXT(git_commit_lookup)(commit, repo, id);
-  const CacheOff cache([=] { return has_cache; });
+  const CacheOff cache(has_cache);
   return NEXT(git_commit_lookup)(commit, repo, id);
 }
 
