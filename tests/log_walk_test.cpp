@@ -29,26 +29,24 @@ grow() {
   awk -v n=$1 -v m=$4 'FNR > n - m { print $2, "refs/tags/" FNR * 7919 % n }' .git/made >.git/packed-refs
 }
 lose() { rm .git/objects/$(git rev-parse $1 | sed 's,..,&/,'); }
-commit() { printf "tree $1\nparent $2\n$3\ncommitter A <a@b> 9 +0000\n\nx" >x; git hash-object --literally -twcommit x >.git/refs/tags/x; }
+commit() {  # TREE PARENT [AUTHOR]
+  printf "tree %s\nparent %s\n${3-author A <a@b> 9 +0000}\ncommitter A <a@b> 9 +0000\n\nx" $(git rev-parse $1 $2) >x
+  git hash-object --literally -t commit -w x >.git/refs/tags/x
+}
 )sh";
 
 // Which steps are taken one after the other; Walk::take tells what they do.
 constexpr char kOne[] = "sgpa";
 constexpr char kAll[] =
     "sgpanl gspa gpa tgpa sa sgnlllnnlnla sgnnpla sgnnhla sghpa sgfpa sgnfa sgnsga sgnnta "
-    "sgnlrlsga "
-    "sgnnral sgasgan sgnstspa sxa sgpnn";
-struct History {
-  const char* script;
-  const char* steps;
-};
-constexpr History kHistories[] = {
+    "sgnlrlsga sgnnral sgasgan sgnstspa sxa sgpnn";
+constexpr const char* kHistories[][2] = {
     {"grow 300 1 1 0 0", kOne},
     {"grow 900 20 1 0 0", kOne},
     {"grow 900 2 9 300 0", kOne},
     {"grow 900 3 2 90 5000", kOne},
     {"grow 900 3 9 400 1", kOne},
-    {"grow 20000 2 9 20000 100", kOne},
+    {"grow 2000 2 9 2000 100", kOne},
     {"grow 300 3 3 90 50; git branch old main~2", kAll},
     {"grow 300 3 3 90 50; git branch old main~2; lose main^", kAll},
     {"grow 60 1 1 0 0; git tag -m x a main; git tag -m x b a; git tag c $(git write-tree)", kOne},
@@ -56,8 +54,9 @@ constexpr History kHistories[] = {
     {"grow 60 1 1 0 0; lose main", kOne},
     {"grow 60 1 1 0 0; git symbolic-ref refs/tags/a refs/tags/none", "sgpa spga"},
     {"grow 60 1 1 0 0; echo nonsense >.git/refs/tags/a", kOne},
-    {"grow 60 1 1 0 0; commit $(git write-tree) $(git rev-parse main) author", kOne},
-    {"grow 60 1 1 0 0; commit $(git write-tree) $(git write-tree) 'author A <a@b> 9 +0000'", kOne},
+    {"grow 60 1 1 0 0; commit main^{tree} main 'author A'", kOne},
+    {"grow 60 1 1 0 0; commit main^{tree} main 'author A'; commit main^{tree} x", kOne},
+    {"grow 60 1 1 0 0; commit main^{tree} main^{tree}", kOne},
     {"", "sgpa spa"},
 };
 
@@ -120,7 +119,7 @@ struct Walk {
   void note(int code) {
     const git_error* error = code < 0 ? FIND(git_error_last)() : nullptr;
     answers += std::to_string(code) + FIND(git_oid_tostr_s)(&last);
-    answers += error ? error->message + std::string("\n") : code < 0 ? "\n" : " ";
+    answers += code >= 0 ? " " : (error ? error->message : "over") + std::string("\n");
   }
 };
 
@@ -143,8 +142,10 @@ TEST(LogWalk, AnswersLikeLibgit2) {
       const Walk plain(repo, steps);
       unsetenv("UWUGIT_OWN_WALK");
       EXPECT_EQ(own.answers, plain.answers) << steps;
-      const bool is_whole = steps == kOne && plain.answers.find('\n') + 1 == plain.answers.size();
-      EXPECT_GT(plain.cached, is_whole ? 2 * own.cached : -1) << "the walk is libgit2's";
+      const bool is_whole = plain.answers.find("\n") == plain.answers.find("over\n") + 4;
+      if (steps == kOne && is_whole) {
+        EXPECT_GT(plain.cached, 2 * own.cached) << "read by libgit2's walk";
+      }
     }
   }
 }
