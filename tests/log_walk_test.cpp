@@ -4,9 +4,11 @@
 #include <git2.h>
 
 #include <future>
+#include <optional>
 #include <sstream>
 
 #include "process.h"
+#include "support/leaks.h"
 #include "support/module_test.h"
 
 namespace uwugit::test {
@@ -50,7 +52,7 @@ constexpr const char* kHistories[][2] = {
     {"grow 300 3 3 90 50; git branch old main~2", kAll},
     {"grow 300 3 3 90 50; git branch old main~2; lose main^", kAll},
     {"grow 60 1 1 0 0; git tag -m x a main; git tag -m x b a; git tag c $(git write-tree)", kOne},
-    {"grow 60 1 1 0 0; lose main~9; git rev-parse main~8 >.git/shallow", kOne},
+    {"grow 60 1 1 0 0; lose main^^; git rev-parse main^ >.git/shallow", kOne},
     {"grow 60 1 1 0 0; lose main", kOne},
     {"grow 60 1 1 0 0; git symbolic-ref refs/tags/a refs/tags/none", "sgpa spga"},
     {"grow 60 1 1 0 0; echo nonsense >.git/refs/tags/a", kOne},
@@ -74,7 +76,9 @@ struct Walk {
   std::string answers;
   ssize_t cached = 0;
 
-  Walk(const fs::path& path, const std::string& steps) {
+  Walk(const fs::path& path, const std::string& steps, bool is_damaged) {
+    std::optional<LeaksOnPurpose> leaks;  // libgit2's walk forgets its lists when it fails
+    if (is_damaged) leaks.emplace();
     FIND(git_libgit2_init)();
     EXPECT_EQ(FIND(git_repository_open)(&repo, path.c_str()), 0);
     EXPECT_EQ(FIND(git_revwalk_new)(&walk, repo), 0);
@@ -131,15 +135,16 @@ TEST(LogWalk, AnswersLikeLibgit2) {
     const fs::path repo = sandbox.new_repository();
     const auto made = runner::run({"sh", "-ec", std::string(kHead) + script, "sh", repo});
     ASSERT_EQ(made.status, 0) << made.output;
+    const bool is_damaged = std::string_view(script).find("main^") != std::string_view::npos;
     std::istringstream rows(all_steps);
     for (std::string steps; rows >> steps;) {
-      const Walk own(repo, steps);
-      auto answers = [&] { return Walk(repo, steps).answers; };
+      const Walk own(repo, steps, is_damaged);
+      auto answers = [&] { return Walk(repo, steps, is_damaged).answers; };
       auto other = std::async(std::launch::async, answers);
       EXPECT_EQ(answers(), own.answers) << steps;
       EXPECT_EQ(other.get(), own.answers) << steps << " in another thread";
       setenv("UWUGIT_OWN_WALK", "0", 1);
-      const Walk plain(repo, steps);
+      const Walk plain(repo, steps, is_damaged);
       unsetenv("UWUGIT_OWN_WALK");
       EXPECT_EQ(own.answers, plain.answers) << steps;
       const bool is_whole = plain.answers.find("\n") == plain.answers.find("over\n") + 4;
