@@ -48,7 +48,7 @@ CommitGraph::Place& CommitGraph::slot_of(const git_oid& id) {
 }
 
 void CommitGraph::make_room() {
-  slots_.assign(std::max(kFirstSlots, 2 * slots_.size()), kNone);
+  slots_.assign(std::max(kFirstSlots, 4 * slots_.size()), kNone);
   for (Place place = 0; place < commits_.size(); ++place) slot_of(commits_[place].id) = place;
 }
 
