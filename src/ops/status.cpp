@@ -128,6 +128,11 @@ void write_staged(const StatusPlace* place, HostPool*, HostString* variable) {
   write_value(variable, value.data(), value.size());
 }
 
+// A guess: only PATH begins with that letter, and only it reads more than the columns.
+bool is_path_asked(HostText attribute) {
+  return attribute.length > 0 && (*attribute.characters | 0x20) == 'p';
+}
+
 constexpr Attribute<StatusPlace> kAttributes[] = {
     {"PATH", write_column<&StatusPlace::path>},
     {"STATUS", write_column<&StatusPlace::word>},
@@ -145,7 +150,7 @@ int get_status(const HostArgumentBlock* arguments, double* result) {
 int get_status_attribute(const HostArgumentBlock* arguments, double* result) {
   *result = kFailure;
   const std::int32_t number = number_argument(arguments, 0);
-  prefetch_status_entry(number);
+  if (is_path_asked(text_argument(arguments, 2))) prefetch_status_path(number);
   HostPool* pool = create_pool(kGetStatusAttributePool);
   const PoolText path(pool, text_argument(arguments, 1));
   const PoolText name(pool, text_argument(arguments, 2));

@@ -130,7 +130,7 @@ std::optional<StatusPlace> status_entry(RepoStatus* status, std::int64_t number)
   return place_in(columns, number);
 }
 
-void prefetch_status_entry(std::int64_t number) {
+void prefetch_status_path(std::int64_t number) {
   if (!workingRepoStatus || !stored(workingRepoStatus)->columns.is_current) return;
   if (const auto place = place_in(stored(workingRepoStatus)->columns, number)) {
     prefetch(*place->path, kUsualPath);

@@ -52,6 +52,6 @@ struct StatusPlace {
 std::optional<StatusPlace> status_entry(RepoStatus* status, std::int64_t number);
 
 // Starts fetching the path of that entry of workingRepoStatus, if it is set, from memory.
-void prefetch_status_entry(std::int64_t number);
+void prefetch_status_path(std::int64_t number);
 
 }  // namespace uwugit
