@@ -187,6 +187,7 @@ void register_rows() {
   add_row("own_share/companion_bracket", companion_bracket);
   add_row("attribute/100000_entries/PATH/in_order", read_attributes, "PATH", false);
   add_row("attribute/100000_entries/PATH/random", read_attributes, "PATH", true);
+  add_row("attribute/100000_entries/STATUS/random", read_attributes, "STATUS", true);
   add_row("attribute/100000_entries/STAGED/random", read_attributes, "STAGED", true);
   add_row("attribute/100000_plain_records/in_order", read_plain_records, false);
   add_row("attribute/100000_plain_records/random", read_plain_records, true);

@@ -11,6 +11,10 @@ namespace {
 
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kHugePage = 2u << 20;
+// A pool that has come to a mapping of this size holds a third of it already, beside which the
+// unused part of its last huge page counts little. Reading such a pool in random order takes the
+// processor less time then, because it has fewer addresses to translate.
+constexpr std::size_t kLeastInHugePages = 16u << 20;
 constexpr std::size_t kReadiedAtOnce = 256u << 10;
 constexpr std::size_t kLeastReadied = 1u << 20;  // smaller mappings are not worth a call
 #ifndef MADV_POPULATE_WRITE
@@ -59,6 +63,7 @@ bool Region::map(std::size_t least) {
   if (!memory) return false;
   const bool is_dense = density_ == Density::kDense;
   if (!is_dense && size >= kHugePage) madvise(memory, size, MADV_NOHUGEPAGE);
+  if (is_dense && size >= kLeastInHugePages) madvise(memory, size, MADV_HUGEPAGE);
   mappings_.push_back({memory, size});
   reserved_ += size;
   cursor_ = memory + kHeaderSize;

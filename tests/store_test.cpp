@@ -53,6 +53,16 @@ TEST_F(Store, TakesObjectsOutOfTheirListsAlsoWhenTheirMemoryStays) {
   EXPECT_TRUE(!headLogObject && !headDiffObject);
 }
 
+TEST_F(Store, ReadsAStatusAsItsListIsNow) {
+  workingRepoStatus = insertRepoStatusAtTail("repo");
+  for (int number = 0; auto* insert : {insertGitStatusEntryAtHead, insertGitStatusEntryAtTail,
+                                       insertGitStatusEntryAtHead}) {
+    insert("path", "new", kStaged);
+    EXPECT_TRUE(status_entry(workingRepoStatus, ++number));
+  }
+  EXPECT_EQ(free_repo_status("repo"), 0);
+}
+
 // A file put at the head is linked in front of the first and does not become it, and a list begun
 // that way has no last file.
 TEST_F(Store, KeepsTheHeadOfADiffWhereItIs) {

@@ -118,14 +118,24 @@ void list_status(const RepoCall& call) {
   if (code != 0) call.fail();
 }
 
-void write_staged(const GitStatusEntry* entry, HostPool*, HostString* variable) {
-  const std::string_view value = entry->staged == kStaged ? "TRUE" : "FALSE";
+template <auto column>
+void write_column(const StatusPlace* place, HostPool*, HostString* variable) {
+  if (const char* value = *(place->*column)) write_value(variable, value, wzstlen(value));
+}
+
+void write_staged(const StatusPlace* place, HostPool*, HostString* variable) {
+  const std::string_view value = *place->staged == kStaged ? "TRUE" : "FALSE";
   write_value(variable, value.data(), value.size());
 }
 
-constexpr Attribute<GitStatusEntry> kAttributes[] = {
-    {"PATH", write_text<&GitStatusEntry::path>},
-    {"STATUS", write_text<&GitStatusEntry::status>},
+// A guess: only PATH begins with that letter, and only it reads more than the columns.
+bool is_path_asked(HostText attribute) {
+  return attribute.length > 0 && (*attribute.characters | 0x20) == 'p';
+}
+
+constexpr Attribute<StatusPlace> kAttributes[] = {
+    {"PATH", write_column<&StatusPlace::path>},
+    {"STATUS", write_column<&StatusPlace::word>},
     {"STAGED", write_staged},
 };
 
@@ -140,7 +150,7 @@ int get_status(const HostArgumentBlock* arguments, double* result) {
 int get_status_attribute(const HostArgumentBlock* arguments, double* result) {
   *result = kFailure;
   const std::int32_t number = number_argument(arguments, 0);
-  prefetch_status_entry(number);
+  if (is_path_asked(text_argument(arguments, 2))) prefetch_status_path(number);
   HostPool* pool = create_pool(kGetStatusAttributePool);
   const PoolText path(pool, text_argument(arguments, 1));
   const PoolText name(pool, text_argument(arguments, 2));
@@ -151,9 +161,9 @@ int get_status_attribute(const HostArgumentBlock* arguments, double* result) {
     return 0;
   }
   *result = kNoSuchEntry;
-  if (const GitStatusEntry* entry = status_entry(status, number)) {
+  if (const auto place = status_entry(status, number)) {
     HostString* variable = output_argument(arguments, 3);
-    *result = read_attribute(kAttributes, entry, name, variable) ? kSuccess : kNoSuchAttribute;
+    *result = read_attribute(kAttributes, &*place, name, variable) ? kSuccess : kNoSuchAttribute;
   }
   return 0;
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "store/prefetch.h"
 #include "uwugit/host_abi.h"
 
 namespace uwugit {
@@ -15,6 +16,7 @@ struct ListIndex {
   Record** records;
   std::size_t count;
   bool is_current;
+  std::int64_t latest;  // the number that was last expected
 
   // The record with that number, counted from 1, or null.
   Record* at(std::int64_t number, Record* first, HostPool* pool) {
@@ -23,14 +25,16 @@ struct ListIndex {
     return records[number - 1];
   }
 
-  // Starts fetching that record and what lies behind it into the processor's cache, for callers
-  // that have other work to do before they read it: in a long list read in random order, waiting
-  // for memory is most of the cost.
-  void prefetch(std::int64_t number, std::size_t bytes = 128) const {
-    if (!is_current || number < 1 || static_cast<std::uint64_t>(number) > count) return;
-    constexpr std::size_t cache_line = 64;
-    const char* record = reinterpret_cast<const char*>(records[number - 1]);
-    for (std::size_t at = 0; at < bytes; at += cache_line) __builtin_prefetch(record + at);
+  // Starts fetching what this read or those to come need, for callers that have other work to do
+  // before they read: in a long list, waiting for memory is most of the cost. While records are
+  // read in their order, that is the record some places ahead, else the record itself.
+  void expect(std::int64_t number, std::size_t bytes) {
+    constexpr std::int64_t ahead = 4;
+    if (number == latest || !is_current) return;
+    const std::int64_t wanted = number == latest + 1 ? number + ahead : number;
+    latest = number;
+    if (wanted < 1 || static_cast<std::uint64_t>(wanted) > count) return;
+    prefetch(records[wanted - 1], bytes);
   }
 
   void build(Record* first, HostPool* pool) {

@@ -68,7 +68,7 @@ CommitGraphNode* history_entry(RepoLog* history, std::int64_t number) {
 
 void prefetch_history_entry(std::int64_t number) {
   constexpr std::size_t node_and_texts = 512;
-  if (workingRepoLogObject) stored(workingRepoLogObject)->index.prefetch(number, node_and_texts);
+  if (workingRepoLogObject) stored(workingRepoLogObject)->index.expect(number, node_and_texts);
 }
 
 }  // namespace uwugit

@@ -13,14 +13,15 @@ struct PackedMemory {
   HostPool* pool;
   char* next = nullptr;
   std::size_t room = 0;
-  std::size_t block = 1u << 10;  // size of the next block
+  std::size_t block = 1u << 10;            // size of the next block
+  std::size_t alignment = alignof(void*);  // 1 for texts
 
   static constexpr std::size_t kLargestBlock = 64u << 10;
   static constexpr std::size_t kLargestRecord = kLargestBlock / 8;  // the rest get their own block
 
-  // Uninitialised, aligned for pointers, never null, released with the pool only.
+  // Uninitialised, never null, released with the pool only.
   void* take(std::size_t bytes) {
-    const std::size_t whole = (bytes + alignof(void*) - 1) & ~(alignof(void*) - 1);
+    const std::size_t whole = (bytes + alignment - 1) & ~(alignment - 1);
     if (whole > room) {
       if (whole > kLargestRecord) return pool->allocate(pool, whole, 0);
       room = std::max(block, whole);

@@ -2,6 +2,8 @@
 // own pool and the list of its GitStatusEntry records.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "module/arguments.h"
@@ -38,10 +40,18 @@ GitStatusEntry* insertGitStatusEntryAtHead(std::string_view path, const char* st
 GitStatusEntry* insertGitStatusEntryAtTail(std::string_view path, const char* status,
                                            std::int32_t staged);
 
-// The entry with that number, counted from 1, or null. Costs the same for every number.
-GitStatusEntry* status_entry(RepoStatus* status, std::int64_t number);
+// Where the values of an entry stand that programs read: apart from its record, see the source.
+struct StatusPlace {
+  const char* const* path;
+  const char* const* word;
+  const std::int32_t* staged;
+};
 
-// Starts fetching that entry of workingRepoStatus, if it is set, from memory.
-void prefetch_status_entry(std::int64_t number);
+// That of the entry with that number, counted from 1, if there is one. Costs the same for every
+// number.
+std::optional<StatusPlace> status_entry(RepoStatus* status, std::int64_t number);
+
+// Starts fetching the path of that entry of workingRepoStatus, if it is set, from memory.
+void prefetch_status_path(std::int64_t number);
 
 }  // namespace uwugit
