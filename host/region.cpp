@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "sanitizer.h"
 
@@ -28,6 +29,32 @@ std::byte* reserve(std::size_t bytes) {
   void* memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   return memory == MAP_FAILED ? nullptr : static_cast<std::byte*>(memory);
+}
+
+// The last mapping that a sparse region of this thread gave back, for the next one: who lists many
+// small diffs would map and unmap the same memory, and touch its first pages anew, for each.
+struct SpareMapping {
+  static constexpr std::size_t kLargest = 8u << 20;
+
+  ~SpareMapping() {
+    if (begin) munmap(begin, size);
+  }
+
+  std::byte* begin = nullptr;
+  std::size_t size = 0;
+};
+thread_local SpareMapping spare;
+
+// Null when there is none of that size.
+std::byte* take_spare(std::size_t size) {
+  return size == spare.size ? std::exchange(spare.begin, nullptr) : nullptr;
+}
+
+bool become_spare(std::byte* begin, std::size_t size) {
+  if (spare.begin || size > SpareMapping::kLargest) return false;
+  spare.begin = begin;
+  spare.size = size;
+  return true;
 }
 
 }  // namespace
@@ -58,11 +85,12 @@ bool Region::map(std::size_t least) {
       mappings_.empty() ? kFirstMapping : std::min(largest, mappings_.back().size * 4);
   const std::size_t needed = (kHeaderSize + least + kPage - 1) & ~(kPage - 1);
   std::size_t size = std::max(needed, wanted);
-  std::byte* memory = reserve(size);
+  const bool is_dense = density_ == Density::kDense;
+  std::byte* const spare_memory = is_dense ? nullptr : take_spare(size);
+  std::byte* memory = spare_memory ? spare_memory : reserve(size);
   if (!memory && size > needed) memory = reserve(size = needed);
   if (!memory) return false;
-  const bool is_dense = density_ == Density::kDense;
-  if (!is_dense && size >= kHugePage) madvise(memory, size, MADV_NOHUGEPAGE);
+  if (!is_dense && !spare_memory && size >= kHugePage) madvise(memory, size, MADV_NOHUGEPAGE);
   if (is_dense && size >= kLeastInHugePages) madvise(memory, size, MADV_HUGEPAGE);
   mappings_.push_back({memory, size});
   reserved_ += size;
@@ -82,6 +110,8 @@ void Region::discard(std::byte* begin, std::byte* end) {
 void Region::unmap() {
   for (const Mapping& mapping : mappings_) {
     UWUGIT_UNPOISON(mapping.begin, mapping.size);
+    const bool is_sparse = density_ == Density::kSparse;
+    if (is_sparse && become_spare(mapping.begin, mapping.size)) continue;
     munmap(mapping.begin, mapping.size);
   }
   mappings_.clear();
