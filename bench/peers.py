@@ -183,4 +183,5 @@ def main():
                 print(f"| {name:34} | " + " | ".join(cells) + f" | {memory} MB |", flush=True)
 
 
-main()
+if __name__ == "__main__":
+    main()

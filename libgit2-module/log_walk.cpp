@@ -41,6 +41,14 @@ git_commit* take(CommitGraph::Commit& place) {
   return std::exchange(place.kept, nullptr);
 }
 
+// Of the memory for objects, what libgit2's cache does not use.
+std::size_t memory_left() {
+  std::size_t used = 0;
+  std::size_t allowed = 0;
+  NEXT(git_libgit2_opts)(GIT_OPT_GET_CACHED_MEMORY, &used, &allowed);
+  return std::max(memory_for_objects(), used) - used;
+}
+
 // libgit2 (since 1.7) begins with the tip that was pushed last, and before with the first.
 bool is_last_tip_first() {
   int major = 0;
@@ -111,7 +119,7 @@ void LogWalk::expect(Place place) {
 
 bool LogWalk::begin() {
   if (tips_.empty()) return false;
-  most_bytes_ = memory_for_objects();
+  most_bytes_ = memory_left();
   const CacheOff cache(repo_, tips_.back());
   has_cache_ = cache.was_on();
   for (auto tip = tips_.rbegin(); tip != tips_.rend(); ++tip) graph_.place_of(*tip);
