@@ -116,7 +116,15 @@ void add_graph(CommandLine& line) {
           "--all", [](auto) {}, "All commits, which is so anyway")
       ->excludes(branch);
   command->add_flag("--ascii", graph->is_ascii, "Draw with ASCII characters");
-  command->add_option("--svg", graph->svg_file, "Write a picture instead")->type_name("FILE");
+  auto* svg = command->add_option("--svg", graph->svg_file, "Write a picture instead");
+  auto* html =
+      command->add_option("--html", graph->html_file, "Write a page for a browser instead");
+  svg->type_name("FILE");
+  html->type_name("FILE")->excludes(svg);
+  command
+      ->add_option("--diffs", graph->diffs, "Put the files of the newest N commits into the page")
+      ->type_name("N")
+      ->capture_default_str();
   command->callback([&line, graph] {
     graph->place = line.place;
     line.status = draw_graph(line.session, *graph);

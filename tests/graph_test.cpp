@@ -12,7 +12,7 @@ namespace uwugit::runner {
 TEST(LaneLayout, KeepsEveryEdgeInOneLaneFromChildToParent) {
   std::mt19937 random(1);
   const auto below = [&random](unsigned n) { return static_cast<unsigned>(random() % n); };
-  for (int graph = 0; graph < 2000; ++graph) {
+  for (unsigned graph = 0; graph < 2000; ++graph) {
     const CommitNumber count = 1 + below(60);
     std::vector<std::vector<CommitNumber>> parents(count);  // beyond the last row as well
     std::vector<CommitNumber> firsts(count, kNoCommit);

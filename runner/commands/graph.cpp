@@ -11,6 +11,7 @@
 #include "commands/commands.h"
 #include "format/writer.h"
 #include "graph/draw.h"
+#include "graph/page.h"
 
 namespace uwugit::runner {
 namespace {
@@ -42,6 +43,11 @@ int draw_graph(const SessionOptions& options, const GraphCommand& command) {
     const CommitGraph graph(repository, query);
     if (!command.svg_file.empty()) {
       return write_file(command.svg_file, [&](std::FILE* file) { draw_svg(graph, file); });
+    }
+    if (!command.html_file.empty()) {
+      return write_file(command.html_file, [&](std::FILE* file) {
+        write_page(graph, repository, query, command.diffs, file);
+      });
     }
     draw_text(graph, {command.is_ascii, is_coloured(), width_of_terminal(stdout)}, stdout);
   } catch (const host::RepositoryError& error) {

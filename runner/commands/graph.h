@@ -13,7 +13,9 @@ struct GraphCommand {
   std::uint64_t limit = UINT64_MAX;
   bool is_current_branch = false;
   bool is_ascii = false;
-  std::string svg_file;  // in place of the text
+  std::string svg_file;       // in place of the text
+  std::string html_file;      // the same
+  std::uint64_t diffs = 200;  // commits whose files are in the page
 };
 
 // Answers the exit status.

@@ -43,7 +43,6 @@ CommitGraph::CommitGraph(const host::Repository& repository, const host::RowQuer
   for (const Id& id : parent_ids_) {
     parents_.push_back(rows.emplace(id, static_cast<CommitNumber>(rows.size())).first->second);
   }
-  std::vector<Id>().swap(parent_ids_);
 }
 
 void CommitGraph::read_rows(const host::Repository& repository, const host::RowQuery& query) {
@@ -106,10 +105,10 @@ CommitGraph::Id CommitGraph::read_id(std::string_view digits) {
   return id;
 }
 
-std::string CommitGraph::id(std::size_t row) const {
+std::string CommitGraph::digits_of(const Id& id) {
   constexpr char kDigits[] = "0123456789abcdef";
   std::string digits;
-  for (const char byte : ids_[row]) {
+  for (const char byte : id) {
     digits += kDigits[static_cast<unsigned char>(byte) >> 4];
     digits += kDigits[byte & 0xF];
   }
@@ -117,9 +116,13 @@ std::string CommitGraph::id(std::size_t row) const {
 }
 
 // As many digits as make it unlikely that two commits begin alike, and no fewer than git shows.
-std::string CommitGraph::short_id(std::size_t row) const {
-  const std::size_t digits = std::max<std::size_t>(7, (std::bit_width(size()) + 1) / 2);
-  return id(row).substr(0, digits);
+std::size_t CommitGraph::short_id_digits() const {
+  return std::max<std::size_t>(7, (std::bit_width(size()) + 1) / 2);
+}
+
+std::string CommitGraph::first_parent_id(std::size_t row) const {
+  const auto [begin, length] = part_of(parents_end_, row);
+  return length == 0 ? "" : digits_of(parent_ids_[begin]);
 }
 
 std::string_view CommitGraph::summary(std::size_t row) const {

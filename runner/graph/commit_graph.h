@@ -30,8 +30,10 @@ class CommitGraph {
   CommitGraph(const host::Repository& repository, const host::RowQuery& query);
 
   std::size_t size() const { return ids_.size(); }
-  std::string id(std::size_t row) const;
-  std::string short_id(std::size_t row) const;
+  std::string id(std::size_t row) const { return digits_of(ids_[row]); }
+  std::size_t short_id_digits() const;
+  std::string short_id(std::size_t row) const { return id(row).substr(0, short_id_digits()); }
+  std::string first_parent_id(std::size_t row) const;  // empty for a root
   std::string_view summary(std::size_t row) const;
   std::span<const CommitNumber> parents(std::size_t row) const;
   CommitMark mark(std::size_t row) const { return marks_[row]; }
@@ -50,6 +52,7 @@ class CommitGraph {
   };
   using Rows = std::unordered_map<Id, CommitNumber, HashOfId>;
 
+  static std::string digits_of(const Id& id);
   static Id read_id(std::string_view digits);
   void read_rows(const host::Repository& repository, const host::RowQuery& query);
   void read_labels(const host::Repository& repository, const Rows& rows);
@@ -57,7 +60,7 @@ class CommitGraph {
 
   std::vector<Id> ids_;
   std::vector<CommitMark> marks_;
-  std::vector<Id> parent_ids_;  // only while rows are read
+  std::vector<Id> parent_ids_;
   std::vector<CommitNumber> parents_;
   std::vector<std::size_t> parents_end_;  // of each row
   std::string summaries_;
