@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <memory>
 
 #include "commands/commands.h"
 #include "format/writer.h"
@@ -19,12 +20,13 @@ namespace {
 bool is_coloured() { return isatty(STDOUT_FILENO) && !std::getenv("NO_COLOR"); }
 
 int write_file(const std::string& name, const std::function<void(std::FILE*)>& draw) {
-  std::FILE* file = std::fopen(name.c_str(), "we");
+  // Drawing can throw.
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "we"), std::fclose);
   bool is_written = file != nullptr;
   if (file) {
-    draw(file);
-    is_written = !std::ferror(file);
-    is_written = std::fclose(file) == 0 && is_written;
+    draw(file.get());
+    is_written = !std::ferror(file.get());
+    is_written = std::fclose(file.release()) == 0 && is_written;
   }
   if (is_written) return kExitSuccess;
   std::fprintf(stderr, "uwugit: '%s' cannot be written: %s\n", name.c_str(), std::strerror(errno));
