@@ -9,6 +9,7 @@
 #include <iostream>
 
 #include "commands/commands.h"
+#include "commands/graph.h"
 #include "row_options.h"
 #include "sql_options.h"
 
@@ -102,6 +103,34 @@ void add_sql(CommandLine& line) {
   });
 }
 
+void add_graph(CommandLine& line) {
+  CLI::App* command = add_session_command(line, "graph", "Draw the commit graph");
+  command->add_option("-C", line.place, "A folder in the repository (the current one)")
+      ->type_name("REPO");
+  auto graph = std::make_shared<GraphCommand>();
+  command->add_option("-n,--max-count", graph->limit, "At most so many commits")->type_name("N");
+  auto* branch = command->add_flag("--branch", graph->is_current_branch,
+                                   "Only the commits of the current branch");
+  command
+      ->add_flag_function(
+          "--all", [](auto) {}, "All commits, which is so anyway")
+      ->excludes(branch);
+  command->add_flag("--ascii", graph->is_ascii, "Draw with ASCII characters");
+  auto* svg = command->add_option("--svg", graph->svg_file, "Write a picture instead");
+  auto* html =
+      command->add_option("--html", graph->html_file, "Write a page for a browser instead");
+  svg->type_name("FILE");
+  html->type_name("FILE")->excludes(svg);
+  command
+      ->add_option("--diffs", graph->diffs, "Put the files of the newest N commits into the page")
+      ->type_name("N")
+      ->capture_default_str();
+  command->callback([&line, graph] {
+    graph->place = line.place;
+    line.status = draw_graph(line.session, *graph);
+  });
+}
+
 // What follows "--" on the line of `run` or `call` is never an option. It is taken off the line
 // before the parser sees it: the parser would not give it to a list of words that has begun before.
 void take_plain_words(CommandLine& line, int* argc, char** argv) {
@@ -183,8 +212,8 @@ int parse_and_run(int argc, char** argv) {
   line.app.add_option("-C", line.place, "A folder in the repository, for status to sql")
       ->type_name("REPO");
   add_row_commands(line);
-  for (const auto add :
-       {add_sql, add_run, add_call, add_shell, add_functions, add_info, add_encode_password}) {
+  for (const auto add : {add_sql, add_graph, add_run, add_call, add_shell, add_functions, add_info,
+                         add_encode_password}) {
     add(line);
   }
   take_plain_words(line, &argc, argv);

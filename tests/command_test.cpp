@@ -65,10 +65,13 @@ TEST_P(Command, AnswersAsInTheTranscript) {
 INSTANTIATE_TEST_SUITE_P(, Command,
                          testing::Values("tests/command_transcript.txt",
                                          "tests/rows_transcript.txt", "tests/sql_transcript.txt",
-                                         "docs/data.md"),
+                                         "tests/graph_transcript.txt", "docs/data.md",
+                                         "docs/graph.md"),
                          [](const auto& file) {
-                           const std::string stem = fs::path(file.param).stem();
-                           return stem.substr(0, stem.find('_'));
+                           const fs::path path = file.param;
+                           const std::string stem = path.stem();
+                           return stem.substr(0, stem.find('_')) +
+                                  (path.extension() == ".md" ? "Page" : "");
                          });
 
 }  // namespace

@@ -57,28 +57,7 @@ class JsonWriter : public RowWriter {
     }
   }
 
-  void add_text(std::string_view text) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    valid_.clear();
-    append_utf8(valid_, text);
-    line_ += '"';
-    for (const char c : valid_) {
-      const auto byte = static_cast<unsigned char>(c);
-      if (c == '"' || c == '\\') {
-        line_ += '\\';
-        line_ += c;
-      } else if (c == '\n') {
-        line_ += "\\n";
-      } else if (byte < ' ') {
-        line_ += "\\u00";
-        line_ += kDigits[byte >> 4];
-        line_ += kDigits[byte & 15];
-      } else {
-        line_ += c;
-      }
-    }
-    line_ += '"';
-  }
+  void add_text(std::string_view text) { append_json_text(line_, text, &valid_); }
 
   void add_ids(std::string_view ids) {
     line_ += '[';
@@ -108,6 +87,29 @@ class JsonWriter : public RowWriter {
 };
 
 }  // namespace
+
+void append_json_text(std::string& to, std::string_view text, std::string* room) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  room->clear();
+  append_utf8(*room, text);
+  to += '"';
+  for (const char c : *room) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (c == '"' || c == '\\') {
+      to += '\\';
+      to += c;
+    } else if (c == '\n') {
+      to += "\\n";
+    } else if (byte < ' ') {
+      to += "\\u00";
+      to += kDigits[byte >> 4];
+      to += kDigits[byte & 15];
+    } else {
+      to += c;
+    }
+  }
+  to += '"';
+}
 
 std::unique_ptr<RowWriter> make_json_writer(const host::RowSet& set, ColumnList columns,
                                             std::FILE* file, bool is_lines) {

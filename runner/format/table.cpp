@@ -16,14 +16,6 @@ constexpr std::size_t kShownId = 10;   // digits of an id
 constexpr std::size_t kGap = 2;
 constexpr char kCut[] = "…";
 
-std::size_t width_of_terminal(std::FILE* file) {
-  winsize size{};
-  if (!isatty(fileno(file)) || ioctl(fileno(file), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-    return std::numeric_limits<std::size_t>::max();
-  }
-  return size.ws_col;
-}
-
 // Columns below each other. The first rows are held back until the widths are known.
 class TableWriter : public RowWriter {
  public:
@@ -78,12 +70,10 @@ class TableWriter : public RowWriter {
     const bool is_any = set_.columns[column].type == host::ColumnType::kAny;
     if (!is_any && (name == "id" || name == "parent"))
       return std::string(cell.text.substr(0, kShownId));
+    std::string_view beginning = cell.text.substr(0, 4096);
+    while (beginning.ends_with('\n')) beginning.remove_suffix(1);
     std::string text;
-    append_utf8(text, cell.text.substr(0, 4096));
-    while (text.ends_with('\n')) text.pop_back();
-    for (char& c : text) {
-      if (static_cast<unsigned char>(c) < ' ' || c == '\x7F') c = ' ';
-    }
+    append_one_line(text, beginning);
     return text;
   }
 
@@ -157,6 +147,14 @@ class TableWriter : public RowWriter {
 };
 
 }  // namespace
+
+std::size_t width_of_terminal(std::FILE* file) {
+  winsize size{};
+  if (!isatty(fileno(file)) || ioctl(fileno(file), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+    return std::numeric_limits<std::size_t>::max();
+  }
+  return size.ws_col;
+}
 
 std::unique_ptr<RowWriter> make_table_writer(const host::RowSet& set, ColumnList columns,
                                              std::FILE* file) {

@@ -1,3 +1,4 @@
+#include <clocale>
 #include <cwchar>
 
 #include "format/writer.h"
@@ -28,6 +29,24 @@ Character first_character(std::string_view text) {
   return {length, code};
 }
 
+// The C library knows the widths of characters in a locale of UTF-8 only, and the command may run
+// in any other.
+class WidthsOfUtf8 {
+ public:
+  WidthsOfUtf8() {
+    static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    if (locale) before_ = uselocale(locale);
+  }
+  ~WidthsOfUtf8() {
+    if (before_) uselocale(before_);
+  }
+  WidthsOfUtf8(const WidthsOfUtf8&) = delete;
+  WidthsOfUtf8& operator=(const WidthsOfUtf8&) = delete;
+
+ private:
+  locale_t before_ = nullptr;
+};
+
 // Where the C library knows no width, as of controls, a character counts as none.
 std::size_t width_of(char32_t code) {
   const int width = wcwidth(static_cast<wchar_t>(code));
@@ -45,7 +64,23 @@ void append_utf8(std::string& to, std::string_view text) {
   }
 }
 
+void append_one_line(std::string& to, std::string_view text) {
+  while (!text.empty()) {
+    const Character character = first_character(text);
+    const std::size_t length = character.length > 0 ? character.length : 1;
+    const bool is_control =
+        character.code < ' ' || (character.code >= 0x7F && character.code < 0xA0);
+    if (character.length > 0 && is_control) {
+      to += ' ';
+    } else {
+      append_utf8(to, text.substr(0, length));
+    }
+    text.remove_prefix(length);
+  }
+}
+
 std::size_t display_width(std::string_view text) {
+  const WidthsOfUtf8 widths;
   std::size_t width = 0;
   while (!text.empty()) {
     const Character character = first_character(text);
@@ -56,6 +91,7 @@ std::size_t display_width(std::string_view text) {
 }
 
 std::string_view cut_to_width(std::string_view text, std::size_t width) {
+  const WidthsOfUtf8 widths;
   std::size_t end = 0;
   std::size_t used = 0;
   while (end < text.size()) {

@@ -1,0 +1,63 @@
+#include "commands/graph.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <memory>
+
+#include "commands/commands.h"
+#include "format/writer.h"
+#include "graph/draw.h"
+#include "graph/page.h"
+
+namespace uwugit::runner {
+namespace {
+
+bool is_coloured() { return isatty(STDOUT_FILENO) && !std::getenv("NO_COLOR"); }
+
+int write_file(const std::string& name, const std::function<void(std::FILE*)>& draw) {
+  // Drawing can throw.
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "we"), std::fclose);
+  bool is_written = file != nullptr;
+  if (file) {
+    draw(file.get());
+    is_written = !std::ferror(file.get());
+    is_written = std::fclose(file.release()) == 0 && is_written;
+  }
+  if (is_written) return kExitSuccess;
+  std::fprintf(stderr, "uwugit: '%s' cannot be written: %s\n", name.c_str(), std::strerror(errno));
+  return kExitFailure;
+}
+
+}  // namespace
+
+int draw_graph(const SessionOptions& options, const GraphCommand& command) {
+  Session session(options);
+  try {
+    const host::Repository repository(session.host(), session.module(), command.place);
+    host::RowQuery query;
+    query.limit = command.limit;
+    query.is_current_branch = command.is_current_branch;
+    const CommitGraph graph(repository, query);
+    if (!command.svg_file.empty()) {
+      return write_file(command.svg_file, [&](std::FILE* file) { draw_svg(graph, file); });
+    }
+    if (!command.html_file.empty()) {
+      return write_file(command.html_file, [&](std::FILE* file) {
+        write_page(graph, repository, query, command.diffs, file);
+      });
+    }
+    draw_text(graph, {command.is_ascii, is_coloured(), width_of_terminal(stdout)}, stdout);
+  } catch (const host::RepositoryError& error) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "uwugit: %s\n", error.what());
+    return kExitFailure;
+  }
+  return kExitSuccess;
+}
+
+}  // namespace uwugit::runner
