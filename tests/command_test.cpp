@@ -64,8 +64,8 @@ TEST_P(Command, AnswersAsInTheTranscript) {
 
 INSTANTIATE_TEST_SUITE_P(, Command,
                          testing::Values("tests/command_transcript.txt",
-                                         "tests/rows_transcript.txt", "tests/sql_transcript.txt",
-                                         "docs/data.md"),
+                                         "tests/hosts_transcript.txt", "tests/rows_transcript.txt",
+                                         "tests/sql_transcript.txt", "docs/data.md"),
                          [](const auto& file) {
                            const std::string stem = fs::path(file.param).stem();
                            return stem.substr(0, stem.find('_'));
