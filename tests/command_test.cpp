@@ -62,14 +62,20 @@ TEST_P(Command, AnswersAsInTheTranscript) {
   if (getenv("UWUGIT_WRITE_EXPECTED")) write_file(file, written);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Command,
-                         testing::Values("tests/command_transcript.txt",
-                                         "tests/hosts_transcript.txt", "tests/rows_transcript.txt",
-                                         "tests/sql_transcript.txt", "docs/data.md"),
-                         [](const auto& file) {
-                           const std::string stem = fs::path(file.param).stem();
-                           return stem.substr(0, stem.find('_'));
-                         });
+constexpr const char* kTranscripts[] = {
+    "docs/data.md",
+    "tests/command_transcript.txt",
+    "tests/hosts_transcript.txt",
+    "tests/rows_transcript.txt",
+    "tests/sql_transcript.txt",
+#ifdef UWUGIT_HAS_PACKAGES
+    "tests/install_transcript.txt",
+#endif
+};
+INSTANTIATE_TEST_SUITE_P(, Command, testing::ValuesIn(kTranscripts), [](const auto& file) {
+  const std::string stem = fs::path(file.param).stem();
+  return stem.substr(0, stem.find('_'));
+});
 
 }  // namespace
 }  // namespace uwugit::test
