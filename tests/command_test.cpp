@@ -63,15 +63,14 @@ TEST_P(Command, AnswersAsInTheTranscript) {
 }
 
 constexpr const char* kTranscripts[] = {
+#ifdef UWUGIT_HAS_PACKAGES
+    "tests/install_transcript.txt",
+#endif
     "docs/data.md",
     "tests/command_transcript.txt",
     "tests/hosts_transcript.txt",
     "tests/rows_transcript.txt",
-    "tests/sql_transcript.txt",
-#ifdef UWUGIT_HAS_PACKAGES
-    "tests/install_transcript.txt",
-#endif
-};
+    "tests/sql_transcript.txt"};
 INSTANTIATE_TEST_SUITE_P(, Command, testing::ValuesIn(kTranscripts), [](const auto& file) {
   const std::string stem = fs::path(file.param).stem();
   return stem.substr(0, stem.find('_'));

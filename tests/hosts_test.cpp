@@ -22,13 +22,13 @@ TEST(HostInC, TellsWhatItGivesAndWhatIsWrong) {
     *static_cast<std::string*>(kept) += std::to_string(level) + " " + text + "\n";
   };
   uwugithost_on_log(host, keep, &lines);
-  const auto answer = [](int code) {
-    const bool has_failed = code != UWUGITHOST_OK && code != UWUGITHOST_END;
-    return std::to_string(code) + " " + (has_failed ? uwugithost_last_error() : "");
+  const auto answer = [](uwugithost_code code) {
+    const bool is_failure = code != UWUGITHOST_OK && code != UWUGITHOST_END;
+    return std::to_string(code) + " " + (is_failure ? uwugithost_last_error() : "");
   };
   const auto call = [&](const char* function, std::vector<uwugithost_value> values) {
     uwugithost_outcome* made = nullptr;
-    const int code = uwugithost_call(host, function, values.data(), values.size(), &made);
+    const auto code = uwugithost_call(host, function, values.data(), values.size(), &made);
     if (!made) return answer(code);
     double result = -100;
     uwugithost_outcome_code(made, &result);
@@ -45,17 +45,14 @@ TEST(HostInC, TellsWhatItGivesAndWhatIsWrong) {
   const std::pair<std::string, std::string> answers[] = {
       {call("get_status", {{repo, 0}}), "0 success 1, the number of entries"},
       {call("get_status_attribute", {{nullptr, 1}, {repo, 0}, {"PATH", 0}}), "0 success 0, *file"},
-      {call("get_status_attribute", {{nullptr, 2}, {repo, 0}, {"PATH", 0}}), "0 failure 2, *"},
       {call("get_status", {{nullptr, 1}}), "1 get_status: argument 1 (repository) must be a text*"},
       {call("no_function", {}), "1 there is no function 'no_function'"},
       {open("status", repo, {"limit", "1x"}), "1 *'limit' must be a whole number"},
-      {open("status", repo, {"colour", "red"}), "1 there is no option 'colour'"},
+      {open("status", repo, {"x", "1"}), "1 there is no option 'x'"},
       {answer(uwugithost_open(nullptr, &second)), "1 this process has a host already"},
       {open("status", repo, {"staged", "true"}), "0 "},
-      {answer(uwugithost_rows_cell(rows, 0, nullptr)), "1 *no place for the value"},
       {answer(uwugithost_close(host)), "1 rows of this host are still open"},
       {answer(uwugithost_rows_next(rows)), "4 "},
-      {call("free_status_objects", {{"none", 0}}), "0 failure 1, *"},
   };
   for (const auto& [given, expected] : answers) EXPECT_PRED2(is_like, given, expected);
   uwugithost_rows_close(rows);
