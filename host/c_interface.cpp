@@ -1,5 +1,6 @@
 // The C interface: an adapter of the library's classes. Exceptions end in attempt().
 #include <dlfcn.h>
+#include <link.h>
 
 #include <charconv>
 #include <cstdio>
@@ -161,14 +162,25 @@ constexpr Key<RowQuery> kQueryKeys[] = {
     {"until", take_number<&RowQuery::until>},
 };
 
-// The folder of the module and its companion, as seen from the file that this code is in: a library
-// in lib or in a folder of lib, or a program in bin that holds the library.
-fs::path library_folder() {
+// The file that this code is in: the shared library, or a program that holds the static one, whose
+// name the linker does not keep.
+fs::path own_file() {
   Dl_info info{};
-  dladdr(reinterpret_cast<void*>(&library_folder), &info);
-  const fs::path here = fs::canonical(info.dli_fname).parent_path();
+  void* loaded = nullptr;
+  dladdr1(reinterpret_cast<void*>(&own_file), &info, &loaded, RTLD_DL_LINKMAP);
+  const char* name = loaded ? static_cast<link_map*>(loaded)->l_name : "";
+  std::error_code error;  // without a file the settings must tell the module
+  return fs::canonical(*name ? name : "/proc/self/exe", error);
+}
+
+// The folder of the module and its companion, as seen from there: from a library in lib or in a
+// folder of lib, or from a program in bin.
+fs::path library_folder() {
+  const fs::path here = own_file().parent_path();
+  std::error_code error;
   for (const char* place : {"uwugit", "../uwugit", "../lib/uwugit"}) {
-    if (fs::exists(here / place / "uwugit_p.so")) return fs::canonical(here / place);
+    const fs::path folder = fs::canonical(here / place, error);
+    if (fs::exists(folder / "uwugit_p.so", error)) return folder;
   }
   return here / "uwugit";
 }
