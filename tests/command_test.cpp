@@ -62,17 +62,22 @@ TEST_P(Command, AnswersAsInTheTranscript) {
   if (getenv("UWUGIT_WRITE_EXPECTED")) write_file(file, written);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Command,
-                         testing::Values("tests/command_transcript.txt",
-                                         "tests/rows_transcript.txt", "tests/sql_transcript.txt",
-                                         "tests/graph_transcript.txt", "docs/data.md",
-                                         "docs/graph.md"),
-                         [](const auto& file) {
-                           const fs::path path = file.param;
-                           const std::string stem = path.stem();
-                           return stem.substr(0, stem.find('_')) +
-                                  (path.extension() == ".md" ? "Page" : "");
-                         });
+constexpr const char* kTranscripts[] = {
+#ifdef UWUGIT_HAS_PACKAGES
+    "tests/install_transcript.txt",
+#endif
+    "docs/data.md",
+    "docs/graph.md",
+    "tests/command_transcript.txt",
+    "tests/graph_transcript.txt",
+    "tests/hosts_transcript.txt",
+    "tests/rows_transcript.txt",
+    "tests/sql_transcript.txt"};
+INSTANTIATE_TEST_SUITE_P(, Command, testing::ValuesIn(kTranscripts), [](const auto& file) {
+  const fs::path path = file.param;
+  const std::string stem = path.stem();
+  return stem.substr(0, stem.find('_')) + (path.extension() == ".md" ? "Page" : "");
+});
 
 }  // namespace
 }  // namespace uwugit::test

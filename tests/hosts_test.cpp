@@ -1,0 +1,65 @@
+// The C interface of the host library. What its examples print is in hosts_transcript.txt.
+#include <gtest/gtest.h>
+
+#include "support/module_test.h"
+#include "uwugithost/uwugithost.h"
+
+namespace uwugit::test {
+namespace {
+
+TEST(HostInC, TellsWhatItGivesAndWhatIsWrong) {
+  Sandbox sandbox;
+  const fs::path folder = sandbox.new_repository();
+  write_file(folder / "file", "x");
+  const char* const repo = folder.c_str();
+  const char* settings[] = {"system-path", kLibraryFolder.c_str(), "module", kModuleFile.c_str(),
+                            nullptr};
+  uwugithost *host = nullptr, *second = nullptr;
+  uwugithost_rows* rows = nullptr;
+  std::string lines;
+  ASSERT_EQ(uwugithost_open(settings, &host), UWUGITHOST_OK) << uwugithost_last_error();
+  const auto keep = [](void* kept, int level, const char* text) {
+    *static_cast<std::string*>(kept) += std::to_string(level) + " " + text + "\n";
+  };
+  uwugithost_on_log(host, keep, &lines);
+  const auto answer = [](uwugithost_code code) {
+    const bool is_failure = code != UWUGITHOST_OK && code != UWUGITHOST_END;
+    return std::to_string(code) + " " + (is_failure ? uwugithost_last_error() : "");
+  };
+  const auto call = [&](const char* function, std::vector<uwugithost_value> values) {
+    uwugithost_outcome* made = nullptr;
+    const auto code = uwugithost_call(host, function, values.data(), values.size(), &made);
+    if (!made) return answer(code);
+    double result = -100;
+    uwugithost_outcome_code(made, &result);
+    std::string text = uwugithost_outcome_is_success(made) ? "0 success " : "0 failure ";
+    text += std::to_string(int(result)) + ", " + uwugithost_outcome_meaning(made);
+    if (uwugithost_outcome_outputs(made)) text += uwugithost_outcome_output(made, 0, nullptr);
+    uwugithost_outcome_free(made);
+    return text;
+  };
+  const auto open = [&](const char* set, const char* place, std::vector<const char*> options = {}) {
+    options.push_back(nullptr);
+    return answer(uwugithost_rows_open(host, set, place, options.data(), &rows));
+  };
+  const std::pair<std::string, std::string> answers[] = {
+      {call("get_status", {{repo, 0}}), "0 success 1, the number of entries"},
+      {call("get_status_attribute", {{nullptr, 1}, {repo, 0}, {"PATH", 0}}), "0 success 0, *file"},
+      {call("get_status", {{nullptr, 1}}), "1 get_status: argument 1 (repository) must be a text*"},
+      {call("no_function", {}), "1 there is no function 'no_function'"},
+      {open("status", repo, {"limit", "1x"}), "1 *'limit' must be a whole number"},
+      {open("status", repo, {"x", "1"}), "1 there is no option 'x'"},
+      {answer(uwugithost_open(nullptr, &second)), "1 this process has a host already"},
+      {open("status", repo, {"staged", "true"}), "0 "},
+      {answer(uwugithost_close(host)), "1 rows of this host are still open"},
+      {answer(uwugithost_rows_next(rows)), "4 "},
+  };
+  for (const auto& [given, expected] : answers) EXPECT_PRED2(is_like, given, expected);
+  uwugithost_rows_close(rows);
+  call("get_status", {{repo, 0}});  // rows have not taken the log away
+  EXPECT_PRED2(is_like, lines, "3 Entry: file. *\n3 Entry: file. *\n");
+  EXPECT_EQ(uwugithost_close(host), UWUGITHOST_OK);
+}
+
+}  // namespace
+}  // namespace uwugit::test
