@@ -10,6 +10,7 @@
 #include <string>
 
 #include "commands.h"
+#include "format/wrap.h"
 #include "lua/program.h"
 
 namespace uwugit::runner {
@@ -36,9 +37,9 @@ std::optional<std::string> read_line(bool is_interactive, const char* prompt) {
 
 void show_help(const std::string& name) {
   if (const host::Function* function = host::find_function(name)) {
-    std::fputs(host::describe(*function).c_str(), stdout);
+    print_help(host::describe(*function));
   } else {
-    std::printf("There is no function %s.\n", name.c_str());
+    std::printf("%s\n", about_missing_function(name).c_str());
   }
 }
 

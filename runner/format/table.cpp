@@ -1,10 +1,7 @@
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 
+#include "format/wrap.h"
 #include "format/writer.h"
 
 namespace uwugit::runner {
@@ -15,14 +12,6 @@ constexpr std::size_t kNarrowest = 6;  // a column is not cut below this while a
 constexpr std::size_t kShownId = 10;   // digits of an id
 constexpr std::size_t kGap = 2;
 constexpr char kCut[] = "…";
-
-std::size_t width_of_terminal(std::FILE* file) {
-  winsize size{};
-  if (!isatty(fileno(file)) || ioctl(fileno(file), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-    return std::numeric_limits<std::size_t>::max();
-  }
-  return size.ws_col;
-}
 
 // Columns below each other. The first rows are held back until the widths are known.
 class TableWriter : public RowWriter {
@@ -106,7 +95,7 @@ class TableWriter : public RowWriter {
         widths_[i] = std::max(widths_[i], display_width(row[i]));
       }
     }
-    const std::size_t room = width_of_terminal(file_);
+    const std::size_t room = width_of_terminal(file_, std::numeric_limits<std::size_t>::max());
     std::size_t total = kGap * (widths_.size() - 1);
     for (const std::size_t width : widths_) total += width;
     while (total > room) {

@@ -4,6 +4,7 @@
 
 #include "lua/guard.h"
 #include "process.h"
+#include "temporary_folders.h"
 
 namespace uwugit::runner {
 namespace {
@@ -83,10 +84,10 @@ int run_command(lua_State* lua) {
   });
 }
 
-// host.temporary_folder() -> path of a new empty folder.
-int make_temporary_folder(lua_State* lua) {
+// host.temporary_folder() -> path of a new empty folder, which is removed when the process ends.
+int answer_temporary_folder(lua_State* lua) {
   return guarded(lua, [lua] {
-    const std::filesystem::path folder = temporary_folder();
+    const std::filesystem::path folder = make_temporary_folder();
     return push_protected(lua, [&folder](lua_State* inner) {
       lua_pushstring(inner, folder.c_str());
       return 1;
@@ -105,7 +106,7 @@ constexpr luaL_Reg kHostFunctions[] = {
     {"note", write_note},
     {"remove", remove_path},
     {"run", run_command},
-    {"temporary_folder", make_temporary_folder},
+    {"temporary_folder", answer_temporary_folder},
     {nullptr, nullptr},
 };
 

@@ -92,13 +92,23 @@ LuaProgram::LuaProgram(Session& session)
 
 LuaProgram::~LuaProgram() = default;
 
-bool LuaProgram::run_file(const std::string& file, std::span<const std::string> arguments) {
+bool LuaProgram::run_loaded(bool is_loaded, const std::string& name,
+                            std::span<const std::string> arguments) {
   lua_State* lua = lua_.get();
-  const bool is_done = luaL_loadfile(lua, file.c_str()) == LUA_OK &&
-                       call_with_traceback(lua, push_arguments(lua, file, arguments));
+  const bool is_done = is_loaded && call_with_traceback(lua, push_arguments(lua, name, arguments));
   if (!is_done) report_error(lua);
   lua_settop(lua, 0);
   return is_done;
+}
+
+bool LuaProgram::run_file(const std::string& file, std::span<const std::string> arguments) {
+  const char* const name = file == "-" ? nullptr : file.c_str();
+  return run_loaded(luaL_loadfile(lua_.get(), name) == LUA_OK, file, arguments);
+}
+
+bool LuaProgram::run_text(const std::string& text, std::span<const std::string> arguments) {
+  const int status = luaL_loadbuffer(lua_.get(), text.data(), text.size(), "=(command line)");
+  return run_loaded(status == LUA_OK, "-e", arguments);
 }
 
 void LuaProgram::run_line(const std::string& line, bool* is_incomplete) {

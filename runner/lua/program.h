@@ -20,14 +20,18 @@ class LuaProgram {
   LuaProgram(const LuaProgram&) = delete;
   LuaProgram& operator=(const LuaProgram&) = delete;
 
-  // Runs a file with its arguments in `arg` and `...`. Answers false after writing the error, with
-  // file and line, to stderr.
+  // Runs a file, or stdin when it is "-", with its arguments in `arg` and `...`. Answers false
+  // after writing the error, with file and line, to stderr.
   bool run_file(const std::string& file, std::span<const std::string> arguments);
+  // The same for a text.
+  bool run_text(const std::string& text, std::span<const std::string> arguments);
 
   // Runs one line of input and prints what it yields. `is_incomplete` tells that more is to come.
   void run_line(const std::string& line, bool* is_incomplete);
 
  private:
+  bool run_loaded(bool is_loaded, const std::string& name, std::span<const std::string> arguments);
+
   struct Closer {
     void operator()(lua_State* state) const;
   };
