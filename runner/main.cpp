@@ -57,6 +57,16 @@ void add_session_options(CLI::App* command, SessionOptions& options) {
   command->add_flag("--trust-objects", options.is_trusting,
                     "Do not compare the objects that are read with their ids, as git does not");
   command->add_flag("--memory", options.is_memory_shown, "Show pools and bytes at the end");
+  command->add_flag("-q,--quiet", options.log.is_quiet, "Of the log, show only errors");
+  command->add_option("--log", options.log.file, "Add the log to a file, in place of showing it")
+      ->type_name("FILE");
+  command
+      ->add_option_function<std::string>(
+          "--log-format",
+          [&options](const std::string& format) { options.log.is_json = format == "json"; },
+          "text, or json: an object a line")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"text", "json"}).description(""));
   command
       ->add_option("--timeout", options.timeout,
                    "End with status 124 when a call takes longer; it may leave things unfinished")

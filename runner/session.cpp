@@ -31,6 +31,7 @@ fs::path library_folder() {
 
 Session::Session(const SessionOptions& options)
     : host_(search_lists(options)),
+      log_output_(host_.log(), options.log),
       module_(std::make_unique<host::FunctionModule>(module_file(options), host_.control_block())),
       trace_(host_, options.is_traced),
       watchdog_(options.timeout),
@@ -40,6 +41,7 @@ Session::Session(const SessionOptions& options)
 
 Session::~Session() {
   if (!is_memory_shown_) return;
+  std::fflush(stdout);
   const host::PoolCounters counters = host_.pools().counters();
   std::fprintf(stderr,
                "MEMORY: %zu pools with %zu blocks of %zu bytes; %llu created, %llu destroyed, %llu "
@@ -57,6 +59,7 @@ Session::~Session() {
 host::Outcome Session::call(const host::Function& function, std::span<const host::Value> values) {
   trace_.begin(function.name);
   const Watchdog::Watch watch = watchdog_.watch(function.name);
+  const LogOutput::Call call(log_output_, function.name);
   host::Outcome outcome = host::call_function(host_, *module_, function, values);
   trace_.end();
   return outcome;

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "log_output.h"
 #include "trace.h"
 #include "uwugithost/call.h"
 #include "watchdog.h"
@@ -22,6 +23,7 @@ struct SessionOptions {
   bool is_traced = false;
   bool is_trusting = false;  // of the objects' ids
   bool is_memory_shown = false;
+  LogOptions log;
   double timeout = 0;  // seconds that a call may take; 0: as long as it wants
 };
 
@@ -45,6 +47,7 @@ class Session {
 
  private:
   host::Host host_;
+  LogOutput log_output_;
   std::unique_ptr<host::FunctionModule> module_;
   Trace trace_;
   Watchdog watchdog_;

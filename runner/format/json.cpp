@@ -57,28 +57,7 @@ class JsonWriter : public RowWriter {
     }
   }
 
-  void add_text(std::string_view text) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    valid_.clear();
-    append_utf8(valid_, text);
-    line_ += '"';
-    for (const char c : valid_) {
-      const auto byte = static_cast<unsigned char>(c);
-      if (c == '"' || c == '\\') {
-        line_ += '\\';
-        line_ += c;
-      } else if (c == '\n') {
-        line_ += "\\n";
-      } else if (byte < ' ') {
-        line_ += "\\u00";
-        line_ += kDigits[byte >> 4];
-        line_ += kDigits[byte & 15];
-      } else {
-        line_ += c;
-      }
-    }
-    line_ += '"';
-  }
+  void add_text(std::string_view text) { append_json_text(line_, text); }
 
   void add_ids(std::string_view ids) {
     line_ += '[';
@@ -104,10 +83,33 @@ class JsonWriter : public RowWriter {
   bool is_first_ = true;
   std::vector<std::string> keys_;  // as they stand in an object, with the colon
   std::string line_;               // reused from row to row
-  std::string valid_;              // the same
 };
 
 }  // namespace
+
+void append_json_text(std::string& to, std::string_view text) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  static thread_local std::string valid;  // reused from text to text
+  valid.clear();
+  append_utf8(valid, text);
+  to += '"';
+  for (const char c : valid) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (c == '"' || c == '\\') {
+      to += '\\';
+      to += c;
+    } else if (c == '\n') {
+      to += "\\n";
+    } else if (byte < ' ') {
+      to += "\\u00";
+      to += kDigits[byte >> 4];
+      to += kDigits[byte & 15];
+    } else {
+      to += c;
+    }
+  }
+  to += '"';
+}
 
 std::unique_ptr<RowWriter> make_json_writer(const host::RowSet& set, ColumnList columns,
                                             std::FILE* file, bool is_lines) {

@@ -52,6 +52,9 @@ void append_plain(std::string& to, host::ColumnType type, const host::Cell& cell
 // Appends a text with every byte that is not part of valid UTF-8 replaced by U+FFFD.
 void append_utf8(std::string& to, std::string_view text);
 
+// Appends a text as JSON has it, in quotes.
+void append_json_text(std::string& to, std::string_view text);
+
 // How many columns of a terminal the text takes, and its beginning that takes at most so many. The
 // text is valid UTF-8.
 std::size_t display_width(std::string_view text);

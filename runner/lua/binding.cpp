@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "lua/guard.h"
+#include "lua/log.h"
 #include "process.h"
 #include "temporary_folders.h"
 
@@ -61,11 +62,13 @@ int call_git(lua_State* lua) {
 // host.note(text) and host.error(text): lines in the host's log.
 int write_note(lua_State* lua) {
   const char* text = luaL_checkstring(lua, 1);
-  return guarded(lua, [lua, text] { return session_of(lua).host().log().note(text), true; });
+  return guarded(lua,
+                 [lua, text] { return context_of(lua).session.host().log().note(text), true; });
 }
 int write_error(lua_State* lua) {
   const char* text = luaL_checkstring(lua, 1);
-  return guarded(lua, [lua, text] { return session_of(lua).host().log().error(text), true; });
+  return guarded(lua,
+                 [lua, text] { return context_of(lua).session.host().log().error(text), true; });
 }
 
 // host.run(command, argument...) -> exit status, output: runs a command without a shell.
@@ -102,11 +105,8 @@ int remove_path(lua_State* lua) {
 }
 
 constexpr luaL_Reg kHostFunctions[] = {
-    {"error", write_error},
-    {"note", write_note},
-    {"remove", remove_path},
-    {"run", run_command},
-    {"temporary_folder", answer_temporary_folder},
+    {"error", write_error},  {"note", write_note}, {"on_log", set_log_function},
+    {"remove", remove_path}, {"run", run_command}, {"temporary_folder", answer_temporary_folder},
     {nullptr, nullptr},
 };
 

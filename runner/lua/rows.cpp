@@ -157,7 +157,8 @@ void push_record(lua_State* lua, const OpenRows& rows) {
 
 template <class Work>
 int guarded_rows(lua_State* lua, const char* set, Work work) {
-  return guarded_by(lua, work, [set](lua_State* inner, const char* message) {
+  const auto checked = [lua, work] { return session_of(lua), work(); };
+  return guarded_by(lua, checked, [set](lua_State* inner, const char* message) {
     push_layer_error(inner, set, message);
   });
 }
