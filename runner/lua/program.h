@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 
+#include "line_editor.h"
 #include "session.h"
 
 struct lua_State;
@@ -26,8 +27,13 @@ class LuaProgram {
   // The same for a text.
   bool run_text(const std::string& text, std::span<const std::string> arguments);
 
-  // Runs one line of input and prints what it yields. `is_incomplete` tells that more is to come.
-  void run_line(const std::string& line, bool* is_incomplete);
+  // Runs a line of input and shows what it answers. What is incomplete is told as an error when no
+  // more is to come.
+  enum class Line { kDone, kFailed, kIncomplete };
+  Line run_line(const std::string& line, bool is_last);
+
+  // The names that may be meant at the end of a line.
+  Completions complete(const std::string& line);
 
  private:
   bool run_loaded(bool is_loaded, const std::string& name, std::span<const std::string> arguments);
