@@ -45,6 +45,19 @@ std::string LogLine::rendered() const {
   }
 }
 
+std::string LogLine::severity() const {
+  switch (level) {
+    case kPlain:
+      return "plain";
+    case kError:
+      return "error";
+    case kNote:
+      return "note";
+    default:
+      return "log " + std::to_string(level);
+  }
+}
+
 Log::Log() { reset_sink(); }
 
 void Log::reset_sink() { sink_ = write_to_stderr; }
@@ -72,7 +85,7 @@ void Log::hand_on() {
 }
 
 LogCapture::LogCapture(Log& log) : log_(log) {
-  log_.set_sink([this](const LogLine& line) { lines_.push_back(line); });
+  before_ = log_.set_sink([this](const LogLine& line) { lines_.push_back(line); });
 }
 
 std::string LogCapture::text() const {

@@ -3,8 +3,9 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <clocale>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 
@@ -12,6 +13,7 @@
 #include "commands/graph.h"
 #include "row_options.h"
 #include "sql_options.h"
+#include "usage.h"
 
 namespace {
 
@@ -24,6 +26,7 @@ struct CommandLine {
       "uwugit"};
   SessionOptions session;
   std::string name;  // of a function
+  std::string code;  // in Lua, from the line
   std::vector<std::string> words;
   std::optional<std::vector<std::string>> plain_words;  // after "--", when it was there
   bool is_markdown = false;
@@ -41,9 +44,8 @@ CLI::App* add_command(CommandLine& line, const char* name, const char* what) {
 }
 
 void add_session_options(CLI::App* command, SessionOptions& options) {
-  command->add_option("--module", options.module_file, "The module to load")
-      ->type_name("FILE")
-      ->envname("UWUGIT_MODULE");
+  command->add_option("--module", options.module_file, "The module to load (UWUGIT_MODULE)")
+      ->type_name("FILE");
   const auto add_path = [&](const char* path, std::optional<std::string>* list, const char* which) {
     command->add_option(path, *list, which)->type_name("FOLDERS");
   };
@@ -56,6 +58,21 @@ void add_session_options(CLI::App* command, SessionOptions& options) {
   command->add_flag("--trust-objects", options.is_trusting,
                     "Do not compare the objects that are read with their ids, as git does not");
   command->add_flag("--memory", options.is_memory_shown, "Show pools and bytes at the end");
+  command->add_flag("-q,--quiet", options.log.is_quiet, "Of the log, show only errors");
+  command->add_option("--log", options.log.file, "Add the log to a file, in place of showing it")
+      ->type_name("FILE");
+  command
+      ->add_option_function<std::string>(
+          "--log-format",
+          [&options](const std::string& format) { options.log.is_json = format == "json"; },
+          "text, or json: an object a line")
+      ->type_name("FORMAT")
+      ->check(CLI::IsMember({"text", "json"}).description(""));
+  command
+      ->add_option("--timeout", options.timeout,
+                   "End with status 124 when a call takes longer; it may leave things unfinished")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.001, 1e9).description(""));
 }
 
 CLI::App* add_session_command(CommandLine& line, const char* name, const char* what) {
@@ -133,28 +150,40 @@ void add_graph(CommandLine& line) {
 
 // What follows "--" on the line of `run` or `call` is never an option. It is taken off the line
 // before the parser sees it: the parser would not give it to a list of words that has begun before.
-void take_plain_words(CommandLine& line, int* argc, char** argv) {
-  if (*argc < 2 || (std::strcmp(argv[1], "run") != 0 && std::strcmp(argv[1], "call") != 0)) return;
-  char** const end = argv + *argc;
-  char** const dashes = std::find(argv, end, std::string_view("--"));
-  if (dashes == end) return;
-  *argc = static_cast<int>(dashes - argv);
-  line.plain_words.emplace(dashes + 1, end);
+// A "--" before the command's name is passed over.
+void take_plain_words(CommandLine& line, std::vector<char*>& words) {
+  const auto place = place_of_command(line.app, static_cast<int>(words.size()), words.data());
+  auto command = words.begin() + place;
+  if (command != words.end() && *command == std::string_view("--")) command = words.erase(command);
+  if (command == words.end()) return;
+  const std::string_view name = *command;
+  if (name != "run" && name != "call") return;
+  const auto dashes = std::find(command, words.end(), std::string_view("--"));
+  if (dashes == words.end()) return;
+  line.plain_words.emplace(dashes + 1, words.end());
+  words.erase(dashes, words.end());
 }
 
 // The words of the program begin where the options end, at "--" or at the first word that is no
 // option. A "--" behind the program is one of its arguments.
 void add_run(CommandLine& line) {
   CLI::App* command = add_session_command(line, "run", "Run a Lua program");
+  auto* code =
+      command->add_option("-e", line.code, "Run this, in place of a file")->type_name("LUA");
   command->prefix_command();
   command->footer(
       "As in: uwugit run [OPTIONS] [--] PROGRAM.lua [ARG]...\n"
+      "PROGRAM.lua may be - for a program from standard input.\n"
       "The git functions are in the table `git`: local code = git.get_status(\".\").");
-  command->callback([&line, command] {
+  command->callback([&line, command, code] {
     std::vector<std::string> words = command->remaining();
     if (line.plain_words) {
       if (!words.empty()) words.emplace_back("--");
       words.insert(words.end(), line.plain_words->begin(), line.plain_words->end());
+    }
+    if (code->count() > 0) {
+      line.status = run_text(line.session, line.code, words);
+      return;
     }
     if (words.empty()) throw CLI::RequiredError("PROGRAM.lua");
     line.status = run_program(line.session, words.front(), std::span(words).subspan(1));
@@ -163,7 +192,7 @@ void add_run(CommandLine& line) {
 
 void add_call(CommandLine& line) {
   CLI::App* command = add_session_command(line, "call", "Call one function");
-  command->add_option("FUNCTION", line.name, "Its name; `uwugit functions` lists them")->required();
+  command->add_option("FUNCTION", line.name, "Its name; `uwugit functions` lists them");
   command->add_option("ARG", line.words, "Its arguments, without output variables");
   command->footer(
       "An argument that begins with a dash stands after \"--\". The exit status is 0 only when "
@@ -172,6 +201,11 @@ void add_call(CommandLine& line) {
     if (line.plain_words) {
       line.words.insert(line.words.end(), line.plain_words->begin(), line.plain_words->end());
     }
+    if (line.name.empty() && !line.words.empty()) {
+      line.name = line.words.front();
+      line.words.erase(line.words.begin());
+    }
+    if (line.name.empty()) throw CLI::RequiredError("FUNCTION");
     line.status = call_function(line.session, line.name, line.words);
   });
 }
@@ -205,24 +239,39 @@ void add_encode_password(CommandLine& line) {
   command->callback([&line] { line.status = encode_password(); });
 }
 
+void add_help(CommandLine& line) {
+  CLI::App* command = add_command(line, "help", "Explain a command or a function");
+  command->add_option("NAME", line.name, "What to explain");
+  command->callback([&line] { line.status = show_help(line.app, line.name); });
+}
+
 int parse_and_run(int argc, char** argv) {
   CommandLine line;
+  wrap_help(line.app);
   line.app.set_version_flag("--version", kVersion);
   line.app.require_subcommand(1);
   line.app.add_option("-C", line.place, "A folder in the repository, for status to sql")
       ->type_name("REPO");
+  add_session_options(&line.app, line.session);
   add_row_commands(line);
   for (const auto add : {add_sql, add_graph, add_run, add_call, add_shell, add_functions, add_info,
-                         add_encode_password}) {
+                         add_encode_password, add_help}) {
     add(line);
   }
-  take_plain_words(line, &argc, argv);
+  std::vector<char*> words(argv, argv + argc);
+  take_plain_words(line, words);
   try {
-    line.app.parse(argc, argv);
+    line.app.parse(static_cast<int>(words.size()), words.data());
   } catch (const CLI::ParseError& error) {
-    return line.app.exit(error) == 0 ? kExitSuccess : kExitUsage;
+    return report(line.app, error);
   }
   return line.status;
+}
+
+// Names and texts of repositories are UTF-8, whatever the terminal is set to.
+void use_utf8() {
+  const bool is_set = std::setlocale(LC_CTYPE, "") && MB_CUR_MAX > 1;
+  if (!is_set) std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
 // Both ways out are in use. What was lost on either before shows here as well.
@@ -234,6 +283,7 @@ bool is_output_written() {
 }  // namespace
 
 int main(int argc, char** argv) try {
+  use_utf8();
   const int status = parse_and_run(argc, argv);
   if (is_output_written()) return status;
   std::fputs("uwugit: the output could not be written\n", stderr);

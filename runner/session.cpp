@@ -18,7 +18,8 @@ host::SearchLists search_lists(const SessionOptions& options) {
 
 fs::path module_file(const SessionOptions& options) {
   if (!options.module_file.empty()) return options.module_file;
-  return library_folder() / "uwugit_p.so";
+  const char* named = std::getenv("UWUGIT_MODULE");
+  return named && *named ? fs::path(named) : library_folder() / "uwugit_p.so";
 }
 
 }  // namespace
@@ -30,14 +31,17 @@ fs::path library_folder() {
 
 Session::Session(const SessionOptions& options)
     : host_(search_lists(options)),
+      log_output_(host_.log(), options.log),
       module_(std::make_unique<host::FunctionModule>(module_file(options), host_.control_block())),
       trace_(host_, options.is_traced),
+      watchdog_(options.timeout),
       is_memory_shown_(options.is_memory_shown) {
   if (options.is_trusting) setenv("UWUGIT_TRUST_OBJECTS", "1", 1);  // read when libgit2 comes up
 }
 
 Session::~Session() {
   if (!is_memory_shown_) return;
+  std::fflush(stdout);
   const host::PoolCounters counters = host_.pools().counters();
   std::fprintf(stderr,
                "MEMORY: %zu pools with %zu blocks of %zu bytes; %llu created, %llu destroyed, %llu "
@@ -54,6 +58,8 @@ Session::~Session() {
 
 host::Outcome Session::call(const host::Function& function, std::span<const host::Value> values) {
   trace_.begin(function.name);
+  const Watchdog::Watch watch = watchdog_.watch(function.name);
+  const LogOutput::Call call(log_output_, function.name);
   host::Outcome outcome = host::call_function(host_, *module_, function, values);
   trace_.end();
   return outcome;

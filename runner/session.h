@@ -6,8 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "log_output.h"
 #include "trace.h"
 #include "uwugithost/call.h"
+#include "watchdog.h"
 
 namespace uwugit::runner {
 
@@ -21,6 +23,8 @@ struct SessionOptions {
   bool is_traced = false;
   bool is_trusting = false;  // of the objects' ids
   bool is_memory_shown = false;
+  LogOptions log;
+  double timeout = 0;  // seconds that a call may take; 0: as long as it wants
 };
 
 class Session {
@@ -35,13 +39,18 @@ class Session {
   // See host::call_function.
   host::Outcome call(const host::Function& function, std::span<const host::Value> values);
 
+  // For what takes long without being a call of a function.
+  Watchdog::Watch watch(std::string_view what) const { return watchdog_.watch(what); }
+
   host::Host& host() { return host_; }
   const host::FunctionModule& module() const { return *module_; }
 
  private:
   host::Host host_;
+  LogOutput log_output_;
   std::unique_ptr<host::FunctionModule> module_;
   Trace trace_;
+  Watchdog watchdog_;
   bool is_memory_shown_;
 };
 

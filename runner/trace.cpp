@@ -19,6 +19,7 @@ Trace::Trace(host::Host& host, bool is_on) : is_on_(is_on) {
 void Trace::begin(std::string_view function) {
   if (!is_on_) return;
   is_in_call_ = true;
+  std::fflush(stdout);  // so that what the program wrote before stands before it
   std::fprintf(stderr, "TRACE: %.*s\n", static_cast<int>(function.size()), function.data());
 }
 

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 
@@ -48,6 +49,18 @@ void refuse_names(Session& session, const host::Function& function,
   }
 }
 
+// The functions cut decimals off, which nobody means who types them.
+void refuse_fractions(const host::Function& function, std::span<const host::Value> values) {
+  std::size_t i = 0;
+  for (const host::Parameter& parameter : function.parameters) {
+    if (parameter.kind == host::Kind::kOutput || i == values.size()) continue;
+    const double* number = std::get_if<double>(&values[i++]);
+    if (!number || std::trunc(*number) == *number) continue;
+    throw host::UsageError(function, "argument " + std::to_string(i) + " (" +
+                                         std::string(parameter.name) + ") must be a whole number");
+  }
+}
+
 // The commit that do_commit is to move on from; empty for other functions.
 std::string commit_to_move(Session& session, const host::Function& function,
                            std::span<const host::Value> values) {
@@ -93,6 +106,7 @@ int call_function(const SessionOptions& options, const std::string& name,
                   std::span<const std::string> words) {
   const host::Function& function = require_function(name);
   const std::vector<host::Value> values = host::values_from_words(function, words);
+  refuse_fractions(function, values);
   Session session(options);
   refuse_names(session, function, values);
   const std::string before = commit_to_move(session, function, values);

@@ -12,9 +12,13 @@ inline constexpr int kExitSuccess = 0;
 inline constexpr int kExitFailure = 1;  // the call or the program failed
 inline constexpr int kExitUsage = 2;    // it could not be started as asked
 
-// run: a Lua program with its arguments.
+// run: a Lua program with its arguments; "-" reads it from stdin.
 int run_program(const SessionOptions& options, const std::string& program,
                 std::span<const std::string> arguments);
+
+// run -e: a program that stands on the command line.
+int run_text(const SessionOptions& options, const std::string& text,
+             std::span<const std::string> arguments);
 
 // call: one function; return code and outputs go to stdout.
 int call_function(const SessionOptions& options, const std::string& name,
@@ -33,6 +37,9 @@ int show_info(const SessionOptions& options);
 // encode-password: reads a password from the terminal, or a line of stdin, and prints its encoded
 // form.
 int encode_password();
+
+// A sentence that says so, with the name that may have been meant.
+std::string about_missing_function(const std::string& name);
 
 // The function of that name. Throws host::UsageError when there is none.
 const host::Function& require_function(const std::string& name);

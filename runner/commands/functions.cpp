@@ -2,6 +2,8 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "format/wrap.h"
+#include "nearest.h"
 
 namespace uwugit::runner {
 namespace {
@@ -19,23 +21,29 @@ std::string list_of_functions() {
   return text;
 }
 
-std::string functions_text(const std::string& name, CatalogueForm form) {
-  if (form == CatalogueForm::kMarkdown) return host::catalogue_as_markdown();
-  if (form == CatalogueForm::kManualPage) return host::catalogue_as_manual_page(UWUGIT_VERSION);
-  return name.empty() ? list_of_functions() : host::describe(require_function(name));
-}
-
 }  // namespace
+
+std::string about_missing_function(const std::string& name) {
+  std::vector<std::string> names;
+  for (const host::Function& function : host::catalogue()) names.emplace_back(function.name);
+  return "There is no function " + name + "." + did_you_mean(name, names);
+}
 
 const host::Function& require_function(const std::string& name) {
   if (const host::Function* function = host::find_function(name)) return *function;
-  throw host::UsageError("There is no function " + name +
-                         ". `uwugit functions` lists those there are.");
+  throw host::UsageError(about_missing_function(name) +
+                         " `uwugit functions` lists those there are.");
 }
 
 int show_functions(const std::string& name, CatalogueForm form) {
-  const std::string text = functions_text(name, form);
-  std::fwrite(text.data(), 1, text.size(), stdout);
+  if (form == CatalogueForm::kText) {
+    print_help(name.empty() ? list_of_functions() : host::describe(require_function(name)));
+  } else {
+    const std::string text = form == CatalogueForm::kMarkdown
+                                 ? host::catalogue_as_markdown()
+                                 : host::catalogue_as_manual_page(UWUGIT_VERSION);
+    std::fwrite(text.data(), 1, text.size(), stdout);
+  }
   return kExitSuccess;
 }
 

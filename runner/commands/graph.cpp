@@ -7,9 +7,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <memory>
 
 #include "commands/commands.h"
+#include "format/wrap.h"
 #include "format/writer.h"
 #include "graph/draw.h"
 #include "graph/page.h"
@@ -51,7 +53,9 @@ int draw_graph(const SessionOptions& options, const GraphCommand& command) {
         write_page(graph, repository, query, command.diffs, file);
       });
     }
-    draw_text(graph, {command.is_ascii, is_coloured(), width_of_terminal(stdout)}, stdout);
+    constexpr std::size_t any_width = std::numeric_limits<std::size_t>::max();
+    const std::size_t width = width_of_terminal(stdout, any_width);
+    draw_text(graph, {command.is_ascii, is_coloured(), width}, stdout);
   } catch (const host::RepositoryError& error) {
     std::fflush(stdout);
     std::fprintf(stderr, "uwugit: %s\n", error.what());

@@ -85,6 +85,7 @@ int show_rows(const SessionOptions& options, const RowsCommand& command) {
   const ColumnList columns =
       find_columns(set, command.columns.empty() ? usual_columns(set, format) : command.columns);
   Session session(options);
+  const Watchdog::Watch watch = session.watch(command.set);
   try {
     const host::Repository repository(session.host(), session.module(), command.place);
     const auto rows = set.open(repository, command.query);

@@ -1,15 +1,14 @@
 // The interactive shell: Lua, line by line, with the module loaded.
-#include <editline/readline.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <iostream>
-#include <memory>
 #include <optional>
 #include <string>
 
 #include "commands.h"
+#include "format/wrap.h"
+#include "line_editor.h"
 #include "lua/program.h"
 
 namespace uwugit::runner {
@@ -17,38 +16,61 @@ namespace {
 
 constexpr char kGreeting[] =
     "uwugit " UWUGIT_VERSION
-    ": Lua with the git functions in the table `git`. An empty line does\n"
-    "nothing; `functions` lists the functions, `help NAME` explains one, `exit` or Ctrl-D ends.\n";
+    ": Lua with the git functions in the table `git`. `help` tells more, `exit`\n"
+    "or Ctrl-D ends.\n";
 
-std::optional<std::string> read_line(bool is_interactive, const char* prompt) {
-  if (!is_interactive) {
-    std::string line;
-    return std::getline(std::cin, line) ? std::optional(line) : std::nullopt;
-  }
-  const std::unique_ptr<char, decltype(&std::free)> line(readline(prompt), std::free);
-  if (!line) {
-    std::printf("\n");
-    return std::nullopt;
-  }
-  if (*line) add_history(line.get());
-  return std::string(line.get());
-}
+constexpr char kHelp[] =
+    "A line is Lua; what it answers is shown, and a line that is not complete goes on.\n"
+    "  repo = git.open(\".\")          a repository: repo:status(), repo:log()\n"
+    "  git.get_status(\".\")           one of the functions\n"
+    "  functions                     lists the functions\n"
+    "  help NAME                     explains a function\n"
+    "  exit                          ends, as Ctrl-D does\n"
+    "Tab completes names, and files between quotes. Ctrl-C cancels the line, or stops the Lua code "
+    "that runs.\n";
 
-void show_help(const std::string& name) {
+// Where lines come from: a terminal, or what has no editing.
+class Input {
+ public:
+  explicit Input(LuaProgram& lua) {
+    if (!isatty(STDIN_FILENO) || !isatty(STDOUT_FILENO)) return;
+    editor_.emplace(usual_history_file(),
+                    [&lua](const std::string& before) { return lua.complete(before); });
+    std::fputs(kGreeting, stdout);
+  }
+
+  bool is_terminal() const { return editor_.has_value(); }
+
+  LineEditor::Answer read(const char* prompt, std::string* line) {
+    if (editor_) return editor_->read(prompt, line);
+    return std::getline(std::cin, *line) ? LineEditor::Answer::kLine : LineEditor::Answer::kEnd;
+  }
+
+ private:
+  std::optional<LineEditor> editor_;
+};
+
+void show_help_of(const std::string& name) {
   if (const host::Function* function = host::find_function(name)) {
-    std::fputs(host::describe(*function).c_str(), stdout);
+    print_help(host::describe(*function));
   } else {
-    std::printf("There is no function %s.\n", name.c_str());
+    std::printf("%s\n", about_missing_function(name).c_str());
   }
 }
 
 // Does what one of the shell's own words asks for; false when the line is none of them.
 bool do_shell_word(const std::string& line) {
-  constexpr std::string_view help = "help ";
+  constexpr std::string_view help = "help";
+  constexpr const char* between = " \t\"'()";
   if (line == "functions") {
     show_functions("", CatalogueForm::kText);
-  } else if (line.starts_with(help)) {
-    show_help(line.substr(help.size()));
+  } else if (line == help) {
+    print_help(kHelp);
+  } else if (line.starts_with(help) &&
+             std::string_view(between).find(line[help.size()]) != std::string_view::npos) {
+    const std::size_t first = line.find_first_not_of(between, help.size());
+    if (first == line.npos) return false;
+    show_help_of(line.substr(first, line.find_last_not_of(between) + 1 - first));
   } else {
     return false;
   }
@@ -57,23 +79,28 @@ bool do_shell_word(const std::string& line) {
 
 }  // namespace
 
+// An error ends a shell that nobody sits at.
 int run_shell(const SessionOptions& options) {
+  using Answer = LineEditor::Answer;
   Session session(options);
   LuaProgram lua(session);
-  const bool is_interactive = isatty(STDIN_FILENO) != 0;
-  if (is_interactive) std::fputs(kGreeting, stdout);
-  std::string input;
-  while (const auto line = read_line(is_interactive, input.empty() ? "uwugit> " : "   ...> ")) {
-    if (input.empty() && (*line == "exit" || *line == "quit")) break;
-    if (input.empty() && (line->empty() || do_shell_word(*line))) continue;
-    if (!input.empty()) input += '\n';
-    input += *line;
-    bool is_incomplete = false;
-    lua.run_line(input, &is_incomplete);
-    if (!is_incomplete) input.clear();
+  Input input(lua);
+  std::string text, line;
+  for (;;) {
+    const Answer answer = input.read(text.empty() ? "uwugit> " : "   ...> ", &line);
+    if (answer == Answer::kCancelled) text.clear();
+    if (answer == Answer::kCancelled) continue;
+    const bool is_end = answer == Answer::kEnd;
+    if (is_end && input.is_terminal()) return kExitSuccess;
+    if (text.empty() && (is_end || line == "exit" || line == "quit")) return kExitSuccess;
+    if (text.empty() && (line.empty() || do_shell_word(line))) continue;
+    if (!is_end) text += (text.empty() ? "" : "\n") + line;
+    const LuaProgram::Line end = lua.run_line(text, is_end);
     std::fflush(stdout);
+    if (end == LuaProgram::Line::kFailed && !input.is_terminal()) return kExitFailure;
+    if (is_end) return kExitSuccess;
+    if (end != LuaProgram::Line::kIncomplete) text.clear();
   }
-  return kExitSuccess;
 }
 
 }  // namespace uwugit::runner

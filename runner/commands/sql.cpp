@@ -66,6 +66,7 @@ int run_sql(const SessionOptions& options, const SqlCommand& command) {
   const bool is_writing = !command.database_file.empty();
   const std::vector<std::string> tables = tables_to_write(command);
   Session session(options);
+  const Watchdog::Watch watch = session.watch("sql");
   try {
     const host::Repository repository(session.host(), session.module(), command.place);
     RowSource source(repository, command.jobs);

@@ -57,7 +57,7 @@ class JsonWriter : public RowWriter {
     }
   }
 
-  void add_text(std::string_view text) { append_json_text(line_, text, &valid_); }
+  void add_text(std::string_view text) { append_json_text(line_, text); }
 
   void add_ids(std::string_view ids) {
     line_ += '[';
@@ -83,17 +83,17 @@ class JsonWriter : public RowWriter {
   bool is_first_ = true;
   std::vector<std::string> keys_;  // as they stand in an object, with the colon
   std::string line_;               // reused from row to row
-  std::string valid_;              // the same
 };
 
 }  // namespace
 
-void append_json_text(std::string& to, std::string_view text, std::string* room) {
+void append_json_text(std::string& to, std::string_view text) {
   constexpr char kDigits[] = "0123456789abcdef";
-  room->clear();
-  append_utf8(*room, text);
+  static thread_local std::string valid;  // reused from text to text
+  valid.clear();
+  append_utf8(valid, text);
   to += '"';
-  for (const char c : *room) {
+  for (const char c : valid) {
     const auto byte = static_cast<unsigned char>(c);
     if (c == '"' || c == '\\') {
       to += '\\';

@@ -1,10 +1,7 @@
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 
+#include "format/wrap.h"
 #include "format/writer.h"
 
 namespace uwugit::runner {
@@ -96,7 +93,7 @@ class TableWriter : public RowWriter {
         widths_[i] = std::max(widths_[i], display_width(row[i]));
       }
     }
-    const std::size_t room = width_of_terminal(file_);
+    const std::size_t room = width_of_terminal(file_, std::numeric_limits<std::size_t>::max());
     std::size_t total = kGap * (widths_.size() - 1);
     for (const std::size_t width : widths_) total += width;
     while (total > room) {
@@ -147,14 +144,6 @@ class TableWriter : public RowWriter {
 };
 
 }  // namespace
-
-std::size_t width_of_terminal(std::FILE* file) {
-  winsize size{};
-  if (!isatty(fileno(file)) || ioctl(fileno(file), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-    return std::numeric_limits<std::size_t>::max();
-  }
-  return size.ws_col;
-}
 
 std::unique_ptr<RowWriter> make_table_writer(const host::RowSet& set, ColumnList columns,
                                              std::FILE* file) {

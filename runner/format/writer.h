@@ -55,15 +55,12 @@ void append_utf8(std::string& to, std::string_view text);
 // The same with a blank for every control character, so that a terminal shows it on one line.
 void append_one_line(std::string& to, std::string_view text);
 
-// Appends a text as JSON, with quotes around it. `room` is reused from call to call.
-void append_json_text(std::string& to, std::string_view text, std::string* room);
+// Appends a text as JSON has it, in quotes.
+void append_json_text(std::string& to, std::string_view text);
 
 // How many columns of a terminal the text takes, and its beginning that takes at most so many. The
 // text is valid UTF-8.
 std::size_t display_width(std::string_view text);
 std::string_view cut_to_width(std::string_view text, std::size_t width);
-
-// The columns of the terminal that the file is; without limit when it is none.
-std::size_t width_of_terminal(std::FILE* file);
 
 }  // namespace uwugit::runner

@@ -20,7 +20,7 @@ class PageData {
   void plain(std::string_view text) { line_ += text; }
   void number(std::int64_t number) { line_ += std::to_string(number) + ","; }
   void text(std::string_view text) {
-    append_json_text(line_, text, &room_);
+    append_json_text(line_, text);
     line_ += ',';
   }
   // In the place of the comma after the last one.
@@ -42,7 +42,6 @@ class PageData {
  private:
   std::FILE* file_;
   std::string line_;
-  std::string room_;
 };
 
 std::size_t column_of(const host::RowSet& set, std::string_view name) {

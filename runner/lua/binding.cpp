@@ -3,7 +3,9 @@
 #include <filesystem>
 
 #include "lua/guard.h"
+#include "lua/log.h"
 #include "process.h"
+#include "temporary_folders.h"
 
 namespace uwugit::runner {
 namespace {
@@ -60,11 +62,13 @@ int call_git(lua_State* lua) {
 // host.note(text) and host.error(text): lines in the host's log.
 int write_note(lua_State* lua) {
   const char* text = luaL_checkstring(lua, 1);
-  return guarded(lua, [lua, text] { return session_of(lua).host().log().note(text), true; });
+  return guarded(lua,
+                 [lua, text] { return context_of(lua).session.host().log().note(text), true; });
 }
 int write_error(lua_State* lua) {
   const char* text = luaL_checkstring(lua, 1);
-  return guarded(lua, [lua, text] { return session_of(lua).host().log().error(text), true; });
+  return guarded(lua,
+                 [lua, text] { return context_of(lua).session.host().log().error(text), true; });
 }
 
 // host.run(command, argument...) -> exit status, output: runs a command without a shell.
@@ -83,10 +87,10 @@ int run_command(lua_State* lua) {
   });
 }
 
-// host.temporary_folder() -> path of a new empty folder.
-int make_temporary_folder(lua_State* lua) {
+// host.temporary_folder() -> path of a new empty folder, which is removed when the process ends.
+int answer_temporary_folder(lua_State* lua) {
   return guarded(lua, [lua] {
-    const std::filesystem::path folder = temporary_folder();
+    const std::filesystem::path folder = make_temporary_folder();
     return push_protected(lua, [&folder](lua_State* inner) {
       lua_pushstring(inner, folder.c_str());
       return 1;
@@ -101,11 +105,8 @@ int remove_path(lua_State* lua) {
 }
 
 constexpr luaL_Reg kHostFunctions[] = {
-    {"error", write_error},
-    {"note", write_note},
-    {"remove", remove_path},
-    {"run", run_command},
-    {"temporary_folder", make_temporary_folder},
+    {"error", write_error},  {"note", write_note}, {"on_log", set_log_function},
+    {"remove", remove_path}, {"run", run_command}, {"temporary_folder", answer_temporary_folder},
     {nullptr, nullptr},
 };
 

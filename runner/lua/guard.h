@@ -5,7 +5,9 @@
 #include <lua.hpp>
 
 #include <memory>
+#include <stdexcept>
 #include <unordered_map>
+#include <utility>
 
 #include "session.h"
 #include "uwugithost/rows.h"
@@ -20,11 +22,31 @@ struct OpenRows {
   bool is_busy = false;    // a row is being read: what runs meanwhile must leave it alone
 };
 
+// Lines of the log on their way into the program.
+struct LuaLog {
+  explicit LuaLog(host::Log& log);
+  ~LuaLog();
+  LuaLog(const LuaLog&) = delete;
+  LuaLog& operator=(const LuaLog&) = delete;
+
+  lua_State* active = nullptr;  // what does the work that writes to the log
+  bool is_in_function = false;  // the program's
+  bool has_failed = false;      // the function: its error is in the registry
+  char error_key = 0;           // whose place is the key
+
+ private:
+  void write(const host::LogLine& line);
+
+  host::Log& log_;
+  host::Log::Sink usual_;
+};
+
 // The rows are found by the place of the value that stands for them in Lua, so that a program that
 // exchanges metatables can at worst take the rows of another loop.
 struct LuaContext {
-  explicit LuaContext(Session& of) : session(of) {}
+  explicit LuaContext(Session& of) : session(of), log(of.host().log()) {}
   Session& session;
+  LuaLog log;
   std::unordered_map<const void*, OpenRows> rows;
 };
 
@@ -34,7 +56,12 @@ inline LuaContext*& context_place(lua_State* lua) {
   return *static_cast<LuaContext**>(lua_getextraspace(lua));
 }
 inline LuaContext& context_of(lua_State* lua) { return *context_place(lua); }
-inline Session& session_of(lua_State* lua) { return context_of(lua).session; }
+// Throws while a function of the program is given a line of the log: the call that wrote the line
+// is not done, and the module does one at a time.
+inline Session& session_of(lua_State* lua) {
+  if (!context_of(lua).log.is_in_function) return context_of(lua).session;
+  throw std::runtime_error("the function of host.on_log cannot work with git");
+}
 
 // What may raise an error of Lua, such as that there is no memory, is protected as long as there
 // are C++ values: Lua leaves by a long jump. Answers false with the error as the last value.
@@ -54,10 +81,17 @@ template <class Work, class PushError>
 int guarded_by(lua_State* lua, Work work, PushError push_error) {
   const int arguments = lua_gettop(lua);
   bool is_done = false;
+  LuaLog& log = context_of(lua).log;
+  lua_State* const outer = std::exchange(log.active, lua);
   try {
     is_done = work();
   } catch (const std::exception& error) {
     push_protected(lua, [&](lua_State* inner) { return push_error(inner, error.what()), 1; });
+  }
+  log.active = outer;
+  if (!outer && std::exchange(log.has_failed, false) && is_done) {
+    lua_rawgetp(lua, LUA_REGISTRYINDEX, &log.error_key);
+    is_done = false;
   }
   return is_done ? lua_gettop(lua) - arguments : lua_error(lua);
 }

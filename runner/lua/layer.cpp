@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "format/wrap.h"
 #include "lua/guard.h"
 #include "lua/rows.h"
 
@@ -108,11 +109,20 @@ int call_captured(lua_State* lua) {
   });
 }
 
+// width() -> the columns of the terminal.
+int answer_width(lua_State* lua) {
+  lua_pushinteger(lua, static_cast<lua_Integer>(width_of_help()));
+  return 1;
+}
+
 constexpr luaL_Reg kFunctions[] = {
-    {"call", call_captured},           {"find", find_repository}, {"identity", read_identity},
-    {"resolve", resolve_name},         {"rows", open_rows},       {"sets", list_row_sets},
-    {"try_resolve", try_resolve_name}, {nullptr, nullptr},
+    {"call", call_captured},    {"find", find_repository},         {"identity", read_identity},
+    {"print_rows", print_rows}, {"resolve", resolve_name},         {"rows", open_rows},
+    {"sets", list_row_sets},    {"try_resolve", try_resolve_name}, {"width", answer_width},
+    {nullptr, nullptr},
 };
+
+constexpr char kCore = 0;  // its place is the key in Lua's registry
 
 // Leaves the table of what the files in Lua are given on the stack.
 void push_core(lua_State* lua) {
@@ -141,7 +151,15 @@ void add_layer(lua_State* lua) {
     }
     if (!is_done) throw std::runtime_error(luaL_tolstring(lua, -1, nullptr));
   }
+  lua_pop(lua, 1);
+  lua_rawsetp(lua, LUA_REGISTRYINDEX, &kCore);
   lua_settop(lua, 0);
+}
+
+void push_shell_function(lua_State* lua, const char* name) {
+  lua_rawgetp(lua, LUA_REGISTRYINDEX, &kCore);
+  lua_getfield(lua, -1, name);
+  lua_remove(lua, -2);
 }
 
 }  // namespace uwugit::runner

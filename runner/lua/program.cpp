@@ -5,6 +5,7 @@
 
 #include "binding.h"
 #include "lua/guard.h"
+#include "lua/interrupt.h"
 #include "lua/layer.h"
 
 namespace uwugit::runner {
@@ -68,14 +69,19 @@ bool is_cut_short(lua_State* lua) {
   return std::string_view(message, length).ends_with("near <eof>");
 }
 
-int print_values(lua_State* lua) {
-  const int results = lua_gettop(lua);
-  for (int i = 1; i <= results; ++i) {
-    std::printf("%s%s", i == 1 ? "" : "\t", luaL_tolstring(lua, i, nullptr));
-    lua_pop(lua, 1);
-  }
-  if (results > 0) std::printf("\n");
-  return 0;
+// Leaves the answers of a loaded line behind what shows them.
+bool show_answers(lua_State* lua) {
+  push_shell_function(lua, "show");  // which may call what the values show themselves with
+  lua_insert(lua, 1);
+  return call_with_traceback(lua, lua_gettop(lua) - 1);
+}
+
+// complete(line) -> the beginning of a name, the names that begin so; nothing for a file's name.
+int call_complete(lua_State* lua) {
+  push_shell_function(lua, "complete");
+  lua_insert(lua, 1);
+  lua_call(lua, 1, 2);
+  return 2;
 }
 
 }  // namespace
@@ -92,27 +98,58 @@ LuaProgram::LuaProgram(Session& session)
 
 LuaProgram::~LuaProgram() = default;
 
-bool LuaProgram::run_file(const std::string& file, std::span<const std::string> arguments) {
+bool LuaProgram::run_loaded(bool is_loaded, const std::string& name,
+                            std::span<const std::string> arguments) {
   lua_State* lua = lua_.get();
-  const bool is_done = luaL_loadfile(lua, file.c_str()) == LUA_OK &&
-                       call_with_traceback(lua, push_arguments(lua, file, arguments));
+  const bool is_done = is_loaded && call_with_traceback(lua, push_arguments(lua, name, arguments));
   if (!is_done) report_error(lua);
   lua_settop(lua, 0);
   return is_done;
 }
 
-void LuaProgram::run_line(const std::string& line, bool* is_incomplete) {
+bool LuaProgram::run_file(const std::string& file, std::span<const std::string> arguments) {
+  const char* const name = file == "-" ? nullptr : file.c_str();
+  return run_loaded(luaL_loadfile(lua_.get(), name) == LUA_OK, file, arguments);
+}
+
+bool LuaProgram::run_text(const std::string& text, std::span<const std::string> arguments) {
+  const int status = luaL_loadbuffer(lua_.get(), text.data(), text.size(), "=(command line)");
+  return run_loaded(status == LUA_OK, "-e", arguments);
+}
+
+LuaProgram::Line LuaProgram::run_line(const std::string& line, bool is_last) {
   lua_State* lua = lua_.get();
-  const bool is_loaded = load_line(lua, line);
-  *is_incomplete = !is_loaded && is_cut_short(lua);
-  bool is_done = is_loaded && call_with_traceback(lua, 0);
-  if (is_done) {
-    lua_pushcfunction(lua, print_values);  // which may call what the values show themselves with
-    lua_insert(lua, 1);
-    is_done = call_with_traceback(lua, lua_gettop(lua) - 1);
-  }
-  if (!is_done && !*is_incomplete) report_error(lua);
   lua_settop(lua, 0);
+  const bool is_loaded = load_line(lua, line);
+  if (!is_loaded && !is_last && is_cut_short(lua)) return Line::kIncomplete;
+  allow_interrupts(lua);
+  const Interruptible interruptible;
+  const bool is_done = is_loaded && call_with_traceback(lua, 0) && show_answers(lua);
+  if (!is_done && interruptible.is_interrupted()) {
+    std::fflush(stdout);
+    std::fputs("interrupted\n", stderr);
+  } else if (!is_done) {
+    report_error(lua);
+  }
+  lua_settop(lua, 0);
+  return is_done ? Line::kDone : Line::kFailed;
+}
+
+Completions LuaProgram::complete(const std::string& line) {
+  lua_State* lua = lua_.get();
+  Completions found;
+  lua_pushcfunction(lua, call_complete);
+  lua_pushlstring(lua, line.data(), line.size());
+  if (lua_pcall(lua, 1, 2, 0) == LUA_OK) {
+    found.is_file_name = lua_isnil(lua, 1) != 0;
+    found.typed = found.is_file_name ? 0 : lua_rawlen(lua, 1);
+    for (lua_Integer i = 1; !found.is_file_name && lua_rawgeti(lua, 2, i) == LUA_TSTRING; ++i) {
+      found.words.emplace_back(lua_tostring(lua, -1));
+      lua_pop(lua, 1);
+    }
+  }
+  lua_settop(lua, 0);
+  return found;
 }
 
 }  // namespace uwugit::runner

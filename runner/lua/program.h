@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 
+#include "line_editor.h"
 #include "session.h"
 
 struct lua_State;
@@ -20,14 +21,23 @@ class LuaProgram {
   LuaProgram(const LuaProgram&) = delete;
   LuaProgram& operator=(const LuaProgram&) = delete;
 
-  // Runs a file with its arguments in `arg` and `...`. Answers false after writing the error, with
-  // file and line, to stderr.
+  // Runs a file, or stdin when it is "-", with its arguments in `arg` and `...`. Answers false
+  // after writing the error, with file and line, to stderr.
   bool run_file(const std::string& file, std::span<const std::string> arguments);
+  // The same for a text.
+  bool run_text(const std::string& text, std::span<const std::string> arguments);
 
-  // Runs one line of input and prints what it yields. `is_incomplete` tells that more is to come.
-  void run_line(const std::string& line, bool* is_incomplete);
+  // Runs a line of input and shows what it answers. What is incomplete is told as an error when no
+  // more is to come.
+  enum class Line { kDone, kFailed, kIncomplete };
+  Line run_line(const std::string& line, bool is_last);
+
+  // The names that may be meant at the end of a line.
+  Completions complete(const std::string& line);
 
  private:
+  bool run_loaded(bool is_loaded, const std::string& name, std::span<const std::string> arguments);
+
   struct Closer {
     void operator()(lua_State* state) const;
   };

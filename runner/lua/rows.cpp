@@ -1,8 +1,10 @@
 #include "lua/rows.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <ctime>
 
+#include "commands/rows.h"
 #include "dates.h"
 #include "lua/guard.h"
 
@@ -157,7 +159,8 @@ void push_record(lua_State* lua, const OpenRows& rows) {
 
 template <class Work>
 int guarded_rows(lua_State* lua, const char* set, Work work) {
-  return guarded_by(lua, work, [set](lua_State* inner, const char* message) {
+  const auto checked = [lua, work] { return session_of(lua), work(); };
+  return guarded_by(lua, checked, [set](lua_State* inner, const char* message) {
     push_layer_error(inner, set, message);
   });
 }
@@ -211,6 +214,25 @@ int next_row(lua_State* lua) {
   return 1;
 }
 
+// The columns that the table of a command has.
+ColumnList columns_of_table(const host::RowSet& set) {
+  ColumnList columns;
+  for (const std::string& name : table_columns(set.name)) {
+    columns.push_back(static_cast<std::size_t>(set.find(name)));
+  }
+  return columns;
+}
+
+void print_some(OpenRows& rows, lua_Integer most) {
+  const auto writer = make_writer(Format::kTable, *rows.set, columns_of_table(*rows.set), stdout);
+  lua_Integer count = 0;
+  for (; count < most && rows.reader->next(); ++count, ++rows.number) writer->row(*rows.reader);
+  writer->end();
+  if (count == most) {
+    std::printf("These are %lld rows; there may be more.\n", static_cast<long long>(most));
+  }
+}
+
 // rows:field(column, number) -> whether the rows are still at that one, the value of the column.
 int read_field(lua_State* lua) {
   const char* name = luaL_checkstring(lua, 2);
@@ -234,6 +256,18 @@ constexpr luaL_Reg kMetamethods[] = {
 constexpr luaL_Reg kMethods[] = {{"close", close_rows}, {"field", read_field}, {nullptr, nullptr}};
 
 }  // namespace
+
+int print_rows(lua_State* lua) {
+  const lua_Integer most = luaL_checkinteger(lua, 2);
+  OpenRows* rows = rows_of(lua);
+  if (!rows) return 0;
+  return guarded_rows(lua, rows->set->name.data(), [rows, most] {
+    rows->is_busy = true;
+    print_some(*rows, most);
+    rows->is_busy = false;
+    return true;
+  });
+}
 
 int open_rows(lua_State* lua) {
   const char* path = luaL_checkstring(lua, 1);

@@ -10,6 +10,9 @@ namespace uwugit::runner {
 // each column but the contents, and nil at the end. `complete(record, number)` is called for each.
 int open_rows(lua_State* lua);
 
+// print_rows(rows, most): shows rows as the table that a command shows, at most so many.
+int print_rows(lua_State* lua);
+
 // sets() -> a list of the sets, each {name=, is_of_two_commits=}.
 int list_row_sets(lua_State* lua);
 

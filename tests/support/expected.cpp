@@ -55,7 +55,7 @@ void expect_text(const fs::path& file, std::string written, const Sandbox& sandb
   for (std::size_t at; (at = written.find(root)) != std::string::npos;) {
     written.replace(at, root.size(), "FOLDER");
   }
-  constexpr std::string_view inner = "/uwugit-XXXXXX";
+  constexpr std::string_view inner = "/uwugit-XXXXXX/1";
   for (std::size_t at; (at = written.find("FOLDER/uwugit-")) != std::string::npos;) {
     written.erase(at + sizeof "FOLDER" - 1, inner.size());
   }

@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace uwugit::host {
@@ -20,6 +21,8 @@ struct LogLine {
 
   // As it is shown: "NOTE: …", "ERROR: …"; other levels as "LOG 2: …"; plain without a prefix.
   std::string rendered() const;
+  // "note", "error", "log 2"; "plain" without a prefix.
+  std::string severity() const;
 };
 
 class Log {
@@ -29,8 +32,9 @@ class Log {
   // By default lines go to stderr, in colour on a terminal (not when NO_COLOR is set).
   Log();
 
-  // Replaces where lines go; an empty sink drops them.
-  void set_sink(Sink sink) { sink_ = std::move(sink); }
+  // Replaces where lines go, and answers where they went; an empty sink drops them. A sink may
+  // write to the log: the line that it was given is then gone.
+  Sink set_sink(Sink sink) { return std::exchange(sink_, std::move(sink)); }
   void reset_sink();
 
   // A severity prefix ("%1z", "%3z") and a printf-style format. What the arguments hold is data: it
@@ -51,11 +55,11 @@ class Log {
   std::size_t errors_ = 0;
 };
 
-// Keeps what is logged while it lives, then puts the default back.
+// Keeps what is logged while it lives, then puts back where lines went before.
 class LogCapture {
  public:
   explicit LogCapture(Log& log);
-  ~LogCapture() { log_.reset_sink(); }
+  ~LogCapture() { log_.set_sink(std::move(before_)); }
   LogCapture(const LogCapture&) = delete;
   LogCapture& operator=(const LogCapture&) = delete;
 
@@ -66,6 +70,7 @@ class LogCapture {
 
  private:
   Log& log_;
+  Log::Sink before_;
   std::vector<LogLine> lines_;
 };
 
