@@ -49,7 +49,7 @@ fs::path make_temporary_folder() {
     handle_signals();
     std::atexit(remove_temporary_folders);
   }
-  const fs::path folder = fs::path(all_folders) / std::to_string(++number);
+  fs::path folder = fs::path(all_folders) / std::to_string(++number);
   fs::create_directory(folder);
   return folder;
 }

@@ -20,10 +20,10 @@ void LuaLog::write(const host::LogLine& line) {
   if (!active || is_in_function || !lua_checkstack(active, kRoom)) return usual_(line);
   bool is_given = false;
   is_in_function = true;
-  const bool is_done = push_protected(active, [&line, &is_given](lua_State* inner) {
+  const std::string severity = line.severity();
+  const bool is_done = push_protected(active, [&](lua_State* inner) {
     if (lua_rawgetp(inner, LUA_REGISTRYINDEX, &kLogFunction) != LUA_TFUNCTION) return 0;
     is_given = true;
-    const std::string_view severity = line.severity();
     lua_pushlstring(inner, severity.data(), severity.size());
     lua_pushlstring(inner, line.text.data(), line.text.size());
     lua_call(inner, 2, 0);
