@@ -61,5 +61,66 @@ TEST(HostInC, TellsWhatItGivesAndWhatIsWrong) {
   EXPECT_EQ(uwugithost_close(host), UWUGITHOST_OK);
 }
 
+// A column of all rows, as lines.
+std::string column(uwugithost* host, const char* set, const fs::path& place, const char* name,
+                   std::vector<const char*> options = {}) {
+  options.push_back(nullptr);
+  uwugithost_rows* rows = nullptr;
+  if (uwugithost_rows_open(host, set, place.c_str(), options.data(), &rows) != UWUGITHOST_OK) {
+    return uwugithost_last_error();
+  }
+  const std::size_t place_of_column = uwugithost_rows_find(rows, name);
+  std::string lines;
+  while (uwugithost_rows_next(rows) == UWUGITHOST_OK) {
+    uwugithost_cell cell = {};
+    EXPECT_EQ(uwugithost_rows_cell(rows, place_of_column, &cell), UWUGITHOST_OK);
+    EXPECT_EQ(uwugithost_rows_cell(rows, uwugithost_rows_columns(rows), &cell), UWUGITHOST_USAGE);
+    const bool is_text = uwugithost_rows_column_type(rows, place_of_column) == UWUGITHOST_TEXT;
+    lines += cell.is_null ? "null" : is_text ? cell.text : std::to_string(cell.number);
+    lines += "\n";
+  }
+  uwugithost_rows_close(rows);
+  return lines;
+}
+
+TEST(HostInC, HasTheRowsThatGitHas) {
+  Sandbox sandbox;
+  const fs::path repo = sandbox.new_repository();
+  for (int commit = 1; commit <= 5; ++commit) {
+    const std::string number = std::to_string(commit);
+    write_file(repo / "folder" / ("file" + number), std::string(commit, '\n'));
+    write_file(repo / "always", number + "\n" + std::string(20 * commit, 'x') + "\n");
+    commit_all(repo, "commit " + number);
+    if (commit == 3) git(repo, {"tag", "-a", "-m", "a tag", "v1"});
+  }
+  git(repo, {"branch", "other", "HEAD~2"});
+  write_file(repo / "always", "changed");
+  write_file(repo / "new", "");
+  uwugithost* host = nullptr;
+  const char* settings[] = {"system-path", kLibraryFolder.c_str(), "module", kModuleFile.c_str(),
+                            nullptr};
+  ASSERT_EQ(uwugithost_open(settings, &host), UWUGITHOST_OK) << uwugithost_last_error();
+  const auto git_lines = [&repo](const std::vector<std::string>& words) {
+    return git(repo, words) + "\n";
+  };
+  EXPECT_EQ(column(host, "commits", repo, "id"), git_lines({"log", "--format=%H"}));
+  EXPECT_EQ(column(host, "commits", repo / "folder", "time", {"limit", "2"}),
+            git_lines({"log", "-2", "--format=%ct"}));
+  EXPECT_EQ(column(host, "parents", repo, "parent"),
+            git_lines({"log", "-4", "--skip=1", "--format=%H"}));
+  EXPECT_EQ(column(host, "refs", repo, "name"), "main\nother\nv1\n");
+  EXPECT_EQ(column(host, "refs", repo, "id"),
+            git_lines({"rev-parse", "main", "other", "v1^{commit}"}));
+  EXPECT_EQ(column(host, "status", repo, "path"), "always\nnew\n");
+  EXPECT_EQ(column(host, "files", repo, "path", {"first", "HEAD~1", "second", "HEAD"}),
+            git_lines({"diff", "--name-only", "HEAD~1", "HEAD"}));
+  EXPECT_EQ(column(host, "changes", repo, "path", {"limit", "3"}),
+            git_lines({"log", "-3", "--format=", "--name-only"}));
+  EXPECT_EQ(column(host, "changes", repo, "additions", {"limit", "1", "jobs", "2"}), "2\n5\n");
+  EXPECT_PRED2(is_like, column(host, "commits", sandbox.root(), "id"), "*not in a git repository*");
+  EXPECT_EQ(column(host, "nothing", repo, "id"), "there is no set of rows 'nothing'");
+  EXPECT_EQ(uwugithost_close(host), UWUGITHOST_OK);
+}
+
 }  // namespace
 }  // namespace uwugit::test

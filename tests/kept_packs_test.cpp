@@ -1,8 +1,12 @@
 // A repository whose packs the companion keeps open answers as one that is opened afresh, whatever
 // happened to its files. Each row is run both ways.
+#include <dlfcn.h>
+#include <git2.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <thread>
 
 #include "process.h"
 #include "support/module_test.h"
@@ -140,6 +144,44 @@ for line in io.lines("/proc/self/maps") do if line:find("%.pack$") then print(li
   const std::string maps =
       runner::run({UWUGIT_COMMAND, "run", folder / "program.lua", folder / "copy"}).output;
   EXPECT_EQ(std::count(maps.begin(), maps.end(), '\n'), 8) << maps;
+}
+
+template <class Function>
+Function* find(const char* name) {
+  static void* const library = dlopen((kLibraryFolder / "libgit2.so").c_str(), RTLD_NOW);
+  return reinterpret_cast<Function*>(dlsym(library, name));
+}
+#define GIT2(name) find<decltype(::name)>(#name)
+
+// Threads open repositories, read objects of their packs and free them, while others cannot open
+// one, by which all packs are let go.
+TEST(ManyThreads, ReadFromPacksThatAreKeptAndLetGo) {
+  Sandbox sandbox;
+  const fs::path repo = sandbox.new_repository();
+  for (int commit = 0; commit < 20; ++commit) {
+    write_file(repo / "file", std::string(commit, '\n'));
+    commit_all(repo, "commit");
+  }
+  git(repo, {"repack", "-adq"});
+  GIT2(git_libgit2_init)();
+  std::atomic<int> read = 0;
+  const auto work = [&](int thread) {
+    for (int round = 0; round < 60; ++round) {
+      git_repository* opened = nullptr;
+      const fs::path place = thread == 0 ? repo / "none" : repo;
+      if (GIT2(git_repository_open)(&opened, place.c_str()) != 0) continue;
+      git_object* file = nullptr;
+      const std::string name = "HEAD~" + std::to_string(round % 20) + ":file";
+      if (GIT2(git_revparse_single)(&file, opened, name.c_str()) == 0) ++read;
+      GIT2(git_object_free)(file);
+      GIT2(git_repository_free)(opened);
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread) threads.emplace_back(work, thread);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(read, 3 * 60);
+  GIT2(git_libgit2_shutdown)();
 }
 
 INSTANTIATE_TEST_SUITE_P(Whenever, KeptPacks, testing::ValuesIn(kChanges), [](const auto& tested) {
