@@ -179,7 +179,7 @@ fs::path library_folder() {
   const fs::path here = own_file().parent_path();
   std::error_code error;
   for (const char* place : {"uwugit", "../uwugit", "../lib/uwugit"}) {
-    const fs::path folder = fs::canonical(here / place, error);
+    fs::path folder = fs::canonical(here / place, error);
     if (fs::exists(folder / "uwugit_p.so", error)) return folder;
   }
   return here / "uwugit";

@@ -86,7 +86,7 @@ std::string column(uwugithost* host, const char* set, const fs::path& place, con
 TEST(HostInC, HasTheRowsThatGitHas) {
   Sandbox sandbox;
   const fs::path repo = sandbox.new_repository();
-  for (int commit = 1; commit <= 5; ++commit) {
+  for (unsigned commit = 1; commit <= 5; ++commit) {
     const std::string number = std::to_string(commit);
     write_file(repo / "folder" / ("file" + number), std::string(commit, '\n'));
     write_file(repo / "always", number + "\n" + std::string(20 * commit, 'x') + "\n");

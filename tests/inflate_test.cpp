@@ -69,8 +69,8 @@ TEST(Inflate, AnswersAsZlibDoes) {
   const auto own = find<Inflate>(kLibraryFolder / "libgit2.so", "inflate");
   const auto plain = find<Inflate>(kZlib, "inflate");
   ASSERT_TRUE(own && plain && own != plain);
-  for (const std::size_t size : {0, 1, 63, 64, 65, 300, 5000, 70'000}) {
-    for (const unsigned letters : {1, 5, 256}) {
+  for (const std::size_t size : {0u, 1u, 63u, 64u, 65u, 300u, 5000u, 70'000u}) {
+    for (const unsigned letters : {1u, 5u, 256u}) {
       const std::string content = noise(size, letters);
       for (const int level : {0, 1, 9}) {
         const std::string whole = deflated(content, level);

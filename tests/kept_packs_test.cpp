@@ -158,7 +158,7 @@ Function* find(const char* name) {
 TEST(ManyThreads, ReadFromPacksThatAreKeptAndLetGo) {
   Sandbox sandbox;
   const fs::path repo = sandbox.new_repository();
-  for (int commit = 0; commit < 20; ++commit) {
+  for (unsigned commit = 0; commit < 20; ++commit) {
     write_file(repo / "file", std::string(commit, '\n'));
     commit_all(repo, "commit");
   }
