@@ -50,8 +50,8 @@ LineEditor::LineEditor(fs::path history_file, Complete complete)
   el_set(editor, EL_EDITOR, "emacs");
   el_set(editor, EL_SIGNAL, 1);
   el_set(editor, EL_HIST, history, history_.get());
-  el_set(editor, EL_ADDFN, "cancel-line", "Cancel the line", cancel_line);
-  el_set(editor, EL_ADDFN, "complete-word", "Complete the word", complete_word);
+  el_wset(editor, EL_ADDFN, L"cancel-line", L"Cancel the line", cancel_line);
+  el_wset(editor, EL_ADDFN, L"complete-word", L"Complete the word", complete_word);
   el_set(editor, EL_BIND, "^I", "complete-word", nullptr);
   el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
   // While a line is edited Ctrl-C is a key and sends no signal.
