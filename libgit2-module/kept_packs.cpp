@@ -14,11 +14,13 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <list>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -130,15 +132,18 @@ bool is_kept() {
   return !wanted || std::string_view(wanted) != "0";
 }
 
-// The paths are put together as libgit2 does it: it knows its open packs by them.
-void use_with_alternates(const std::string& path, int depth) {
+// Folders may name each other as alternates; each is used once. The paths are put together as
+// libgit2 does it: it knows its open packs by them, and takes relative ones of the first only.
+void use_with_alternates(const std::string& path, int depth, std::set<std::string>& used) {
+  if (!used.insert(path).second) return;
   kept->use(path);
   if (depth == kMostAlternates) return;
   std::ifstream alternates(path + "info/alternates");
   for (std::string line; std::getline(alternates, line);) {
     if (line.empty() || line.front() == '#') continue;
-    const std::string alternate = line.front() == '.' ? path + line : line;
-    use_with_alternates(alternate.back() == '/' ? alternate : alternate + '/', depth + 1);
+    if (line.front() == '.' && depth == 0) line.insert(0, path);
+    if (line.back() != '/') line += '/';
+    use_with_alternates(line, depth + 1, used);
   }
 }
 
@@ -147,10 +152,15 @@ void use_with_alternates(const std::string& path, int depth) {
 void keep_packs(git_repository* repo) {
   const std::lock_guard lock(mutex);
   if (!is_kept()) return let_go();
-  if (!kept) kept = new KeptFolders;
   git_buf objects = {};
-  if (git_repository_item_path(&objects, repo, GIT_REPOSITORY_ITEM_OBJECTS) == 0) {
-    use_with_alternates(objects.ptr, 0);
+  try {
+    if (!kept) kept = new KeptFolders;
+    std::set<std::string> used;
+    if (git_repository_item_path(&objects, repo, GIT_REPOSITORY_ITEM_OBJECTS) == 0) {
+      use_with_alternates(objects.ptr, 0, used);
+    }
+  } catch (const std::exception&) {  // memory has run out: nothing needs to be kept
+    let_go();
   }
   git_buf_dispose(&objects);
 }
