@@ -17,10 +17,37 @@
 namespace host = uwugit::host;
 namespace fs = std::filesystem;
 
+namespace {
+
+struct ProgressTeller : host::CallObserver {
+  void begin(const host::Function& function) noexcept override {
+    told = {function.name.data(), "", 0, 0, 0};
+    is_ended = false;
+  }
+  bool go_on(const uwugit::WorkProgress& progress) noexcept override {
+    if (progress.stage != uwugit::WorkStage::kAsBefore) {
+      told = {told.function, host::describe(progress.stage), progress.done, progress.total,
+              progress.bytes};
+    }
+    const bool is_to_end = callback(context, &told) != 0;
+    if (is_to_end && progress.can_end) is_ended = true;
+    return !is_to_end;
+  }
+  bool end() noexcept override { return !is_ended; }
+
+  uwugithost_progress_callback* callback = nullptr;
+  void* context = nullptr;
+  uwugithost_progress told{};
+  bool is_ended = false;
+};
+
+}  // namespace
+
 struct uwugithost {
   explicit uwugithost(const host::SearchLists& lists, const fs::path& module_file)
       : host(lists), module(module_file, host.control_block()) {}
 
+  ProgressTeller progress;
   host::Host host;
   host::FunctionModule module;
   host::Log::Sink sink;  // empty: lines go to stderr
@@ -64,6 +91,8 @@ uwugithost_code attempt(Work work) noexcept try {
   return UWUGITHOST_OK;
 } catch (const host::UsageError& error) {
   return fail(UWUGITHOST_USAGE, error.what());
+} catch (const host::Interrupted& error) {
+  return fail(UWUGITHOST_INTERRUPTED, error.what());
 } catch (const host::RepositoryError& error) {
   return fail(UWUGITHOST_REPOSITORY, error.what());
 } catch (const std::exception& error) {
@@ -230,6 +259,16 @@ uwugithost_code uwugithost_on_log(uwugithost* owner, uwugithost_log_callback* ca
     owner->sink = [=](const host::LogLine& line) {
       callback(context, line.level, line.text.c_str());
     };
+  });
+}
+
+uwugithost_code uwugithost_on_progress(uwugithost* owner, uwugithost_progress_callback* callback,
+                                       void* context) {
+  return attempt([=] {
+    begin(owner);
+    owner->progress.callback = callback;
+    owner->progress.context = context;
+    owner->host.set_observer(callback ? &owner->progress : nullptr);
   });
 }
 

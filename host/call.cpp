@@ -142,6 +142,31 @@ Answer call_once(Host& host, HostFunction* implementation, const Function& funct
   return answer;
 }
 
+// Calls the function, again where an output did not fit.
+Answer call_whole(Host& host, HostFunction* implementation, const Function& function,
+                  std::span<const Value> values) {
+  Answer answer = call_once(host, implementation, function, values, kFirstCapacity);
+  if (answer.wanted == 0) return answer;
+  return call_once(host, implementation, function, values, answer.wanted);
+}
+
+// The same, before the eyes of the host's observer.
+Answer call_observed(Host& host, HostFunction* implementation, const Function& function,
+                     std::span<const Value> values) {
+  CallObserver* const observer = host.observer();
+  if (!observer) return call_whole(host, implementation, function, values);
+  observer->begin(function);
+  Answer answer;
+  try {
+    answer = call_whole(host, implementation, function, values);
+  } catch (...) {
+    observer->end();
+    throw;
+  }
+  if (!observer->end()) throw Interrupted(std::string(function.name) + " was interrupted");
+  return answer;
+}
+
 }  // namespace
 
 UsageError::UsageError(const Function& function, const std::string& why)
@@ -166,10 +191,7 @@ Outcome call_function(Host& host, const FunctionModule& module, const Function& 
   }
   const std::size_t errors_before = host.log().errors();
   const InTheWay in_the_way(host.log(), function, values);
-  Answer answer = call_once(host, implementation, function, values, kFirstCapacity);
-  if (answer.wanted > 0) {
-    answer = call_once(host, implementation, function, values, answer.wanted);
-  }
+  Answer answer = call_observed(host, implementation, function, values);
   const ResultRow* row = find_result(function, answer.result);
   const bool has_errors = host.log().errors() > errors_before;
   const bool is_success = row && row->is_success && !(row->is_told_by_log && has_errors);

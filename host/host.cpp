@@ -32,6 +32,10 @@ GitModule* load_module(HostServices*, const wchar_t* name, std::size_t length,
   return Host::current()->modules().load({name, length}, location);
 }
 
+int tell_observer(const WorkProgress* progress, void* observer) {
+  return static_cast<CallObserver*>(observer)->go_on(*progress) ? 0 : 1;
+}
+
 }  // namespace
 
 struct Host::ControlTables {
@@ -93,6 +97,7 @@ Host::Host(SearchLists lists) : modules_(std::move(lists), log_) {
 }
 
 Host::~Host() {
+  set_observer(nullptr);
   set_log_of_run(nullptr);
   current_host = nullptr;
 }
@@ -100,6 +105,11 @@ Host::~Host() {
 Host* Host::current() { return current_host; }
 
 HostControlBlock* Host::control_block() { return &tables_->gcb; }
+
+void Host::set_observer(CallObserver* observer) {
+  observer_ = observer;
+  modules_.set_progress(observer ? tell_observer : nullptr, observer);
+}
 
 CallResult Host::call(HostFunction* function, const HostArgumentBlock* arguments) {
   CallResult result;

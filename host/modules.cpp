@@ -86,6 +86,11 @@ class LoadedModule final : public FullTable<GitModule, "loaded module", kModuleS
 
   const fs::path& file() const { return file_; }
 
+  void set_progress(ProgressFunction* function, void* context) {
+    void* found = dlsym(library_, kProgressRegistration);
+    if (found) reinterpret_cast<ProgressRegistration*>(found)(function, context);
+  }
+
  private:
   struct Function {
     std::string name;
@@ -117,6 +122,14 @@ void ModuleLoader::set_lists(SearchLists lists) {
   found_.clear();
 }
 
+void ModuleLoader::set_progress(ProgressFunction* function, void* context) {
+  progress_ = function;
+  progress_context_ = context;
+  for (const auto& [file, module] : modules_) {
+    if (module) module->set_progress(function, context);
+  }
+}
+
 GitModule* ModuleLoader::load(std::wstring_view name, ModuleLocation location) {
   std::pair key(std::wstring(name), location);
   if (const auto known = found_.find(key); known != found_.end()) return known->second;
@@ -145,6 +158,7 @@ LoadedModule* ModuleLoader::open(const fs::path& file) {
       return nullptr;
     }
     module = std::make_unique<LoadedModule>(absolute, library, hook_);
+    if (progress_) module->set_progress(progress_, progress_context_);
   }
   return module.get();
 }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "diff_options.h"
 #include "next.h"
 
 namespace {
@@ -87,20 +88,6 @@ bool is_plain(const git_diff_options* options) {
           options->pathspec.count == 0 && !options->notify_cb && !options->progress_cb);
 }
 
-// What libgit2 takes when it gets no options.
-git_diff_options default_options(git_repository* repo) {
-  git_diff_options options = GIT_DIFF_OPTIONS_INIT;
-  git_config* config = nullptr;
-  std::int32_t lines = -1;
-  if (git_repository_config(&config, repo) == 0 &&
-      git_config_get_int32(&lines, config, "diff.context") == 0 && lines >= 0) {
-    options.context_lines = static_cast<std::uint32_t>(lines);
-  }
-  git_config_free(config);
-  git_error_clear();
-  return options;
-}
-
 }  // namespace
 
 EXPORT int git_diff_tree_to_tree(git_diff** diff, git_repository* repo, git_tree* old_tree,
@@ -112,7 +99,7 @@ EXPORT int git_diff_tree_to_tree(git_diff** diff, git_repository* repo, git_tree
     return make(diff, repo, old_tree, new_tree, given);
   }
   if (differing.paths.empty()) return make(diff, repo, nullptr, nullptr, given);
-  git_diff_options options = given ? *given : default_options(repo);
+  git_diff_options options = given ? *given : default_diff_options(repo);
   std::vector<char*> strings;
   for (std::string& path : differing.paths) strings.push_back(path.data());
   options.flags |= GIT_DIFF_DISABLE_PATHSPEC_MATCH;  // each path is itself, not a pattern

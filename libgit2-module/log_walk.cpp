@@ -10,12 +10,14 @@
 
 #include "next.h"
 #include "object_cache.h"
+#include "progress.h"
 #include "reading_options.h"
 
 namespace {
 
 using Place = CommitGraph::Place;
 
+constexpr Place kBetweenNews = 1000;      // commits
 constexpr unsigned kMostParents = 65535;  // libgit2 walks past no commit with more
 
 // Of the commits of all walks that wait for their turn.
@@ -125,6 +127,9 @@ bool LogWalk::begin() {
   for (auto tip = tips_.rbegin(); tip != tips_.rend(); ++tip) graph_.place_of(*tip);
   const auto tip_count = static_cast<Place>(graph_.size());
   for (Place place = 0; place < graph_.size(); ++place) {
+    if (place % kBetweenNews == 0 && go_on({uwugit::WorkStage::kReading, place, 0, 0}) != 0) {
+      return false;
+    }
     if (!look_up(place)) return false;
   }
   const bool is_last_first = is_last_tip_first();

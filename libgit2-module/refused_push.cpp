@@ -10,6 +10,8 @@
 #include <utility>
 
 #include "next.h"
+#include "progress.h"
+#include "transfer_progress.h"
 
 namespace {
 
@@ -24,16 +26,16 @@ int note_refusal(const char* reference, const char* status, void*) {
 
 EXPORT int git_remote_push(git_remote* remote, const git_strarray* refspecs,
                            const git_push_options* given) {
-  if (given && given->callbacks.push_update_reference) {
-    return NEXT(git_remote_push)(remote, refspecs, given);
-  }
   git_push_options options = GIT_PUSH_OPTIONS_INIT;
   if (given) options = *given;
-  options.callbacks.push_update_reference = note_refusal;
+  tell_progress(&options.callbacks);
+  if (!options.callbacks.push_update_reference) {
+    options.callbacks.push_update_reference = note_refusal;
+  }
   std::string texts;
   std::string* const outer = std::exchange(refused, &texts);
   const int code = NEXT(git_remote_push)(remote, refspecs, &options);
   refused = outer;
-  if (code < 0 || texts.empty()) return code;
+  if (code < 0 || texts.empty()) return unless_ended(code);
   return fail(GIT_ERROR_REFERENCE, "the server refused " + texts);
 }

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "next.h"
+#include "progress.h"
 
 namespace {
 
@@ -55,13 +56,15 @@ bool try_to_lock(int folder) {
   return flock(folder, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
-bool wait_for_lock(int folder) {
+// 0, or a negative code and libgit2's error.
+int wait_for_lock(int folder) {
   const auto end = steady_clock::now() + kLongestWait;
   while (!try_to_lock(folder)) {
-    if (steady_clock::now() >= end) return false;
+    if (steady_clock::now() >= end) return fail(GIT_ERROR_REPOSITORY, kHeldByAnother, GIT_ELOCKED);
+    if (const int code = go_on({uwugit::WorkStage::kWaiting, 0, 0, 0})) return code;
     std::this_thread::sleep_for(kBetweenTries);
   }
-  return true;
+  return 0;
 }
 
 }  // namespace
@@ -75,13 +78,15 @@ int lock_repository(git_repository* repo) {
     close(folder);
     return 0;
   }
-  if (!wait_for_lock(folder)) {
+  if (const int code = wait_for_lock(folder)) {
     close(folder);
-    return fail(GIT_ERROR_REPOSITORY, kHeldByAnother, GIT_ELOCKED);
+    return code;
   }
   latest = new Lock{folder, depth, found.st_dev, found.st_ino, latest};
   return 0;
 }
+
+bool is_writing() { return latest != nullptr; }
 
 ShortLock::ShortLock(git_repository* repo) {
   struct stat found {};

@@ -5,9 +5,12 @@
 #include <git2.h>
 
 // Locks the repository until the end of the thread's innermost bracket. 0; or, when it was held by
-// another for ten seconds, a negative code and libgit2's error. Also 0, with nothing locked,
-// outside a bracket and where the file system knows no locks.
+// another for ten seconds, or the host did not want to wait, a negative code and libgit2's error.
+// Also 0, with nothing locked, outside a bracket and where the file system knows no locks.
 int lock_repository(git_repository* repo);
+
+// Whether the thread has locked a repository.
+bool is_writing();
 
 // Locks a repository for as long as it lives, without waiting.
 class ShortLock {

@@ -27,6 +27,7 @@
 #include "next.h"
 #include "object_cache.h"
 #include "one_writer.h"
+#include "progress.h"
 
 namespace {
 
@@ -160,6 +161,7 @@ EXPORT int git_revwalk_next(git_oid* id, git_revwalk* walk) {
     forget(walk);
     own = nullptr;
   }
+  if (const int code = go_on()) return code;
   if (!own || !id) return NEXT(git_revwalk_next)(id, walk);
   if (own->is_over()) {
     forget(walk);

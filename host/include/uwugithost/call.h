@@ -38,7 +38,7 @@ struct Outcome {
 
 // Calls the function with its arguments but the output variables. Throws UsageError when an
 // argument is missing, too many, of the wrong kind or not usable; std::runtime_error when the
-// module lacks the function.
+// module lacks the function; Interrupted when the host's observer has ended the call.
 Outcome call_function(Host& host, const FunctionModule& module, const Function& function,
                       std::span<const Value> values);
 

@@ -10,6 +10,7 @@
 #include "uwugithost/log.h"
 #include "uwugithost/macros.h"
 #include "uwugithost/modules.h"
+#include "uwugithost/observer.h"
 #include "uwugithost/passwords.h"
 #include "uwugithost/pools.h"
 
@@ -42,6 +43,10 @@ class Host {
   // Calls an exported function, then recycles the pools that it left empty.
   CallResult call(HostFunction* function, const HostArgumentBlock* arguments);
 
+  // The observer outlives the host, or is set to null before. One is observing at a time.
+  void set_observer(CallObserver* observer);
+  CallObserver* observer() const { return observer_; }
+
   Log& log() { return log_; }
   PoolService& pools() { return pools_; }
   ModuleLoader& modules() { return modules_; }
@@ -60,6 +65,7 @@ class Host {
   FileService files_;
   MacroVariables macros_;
   PasswordService passwords_;
+  CallObserver* observer_ = nullptr;
   Formatted last_formatted_;
   std::unique_ptr<ControlTables> tables_;
 };

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "uwugit/module_abi.h"
+#include "uwugit/progress.h"
 
 namespace uwugit::host {
 
@@ -57,6 +58,10 @@ class ModuleLoader {
   void set_lookup_hook(LookupHook hook) { hook_ = std::move(hook); }
   const LookupHook& lookup_hook() const { return hook_; }
 
+  // The function that modules are to tell about their work, those that are loaded and those to
+  // come; null: none any longer.
+  void set_progress(ProgressFunction* function, void* context);
+
   // The file that a handle was loaded from.
   static const std::filesystem::path& file_of(const GitModule* module);
 
@@ -66,6 +71,8 @@ class ModuleLoader {
   SearchLists lists_;
   Log& log_;
   LookupHook hook_;
+  ProgressFunction* progress_ = nullptr;
+  void* progress_context_ = nullptr;
   std::map<std::filesystem::path, std::unique_ptr<LoadedModule>> modules_;
   std::map<std::pair<std::wstring, ModuleLocation>, LoadedModule*> found_;
 };

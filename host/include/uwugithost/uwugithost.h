@@ -25,7 +25,8 @@ typedef enum {
   UWUGITHOST_USAGE = 1,      /* the call was wrong: unknown names, arguments that do not fit */
   UWUGITHOST_REPOSITORY = 2, /* it cannot be had from this repository */
   UWUGITHOST_FAILURE = 3,    /* anything else, for example a module that cannot be loaded */
-  UWUGITHOST_END = 4         /* no failure: there are no more rows */
+  UWUGITHOST_END = 4,        /* no failure: there are no more rows */
+  UWUGITHOST_INTERRUPTED = 5 /* the callback for progress has ended the call */
 } uwugithost_code;
 
 typedef struct uwugithost uwugithost;                 /* a host with the git module loaded */
@@ -35,8 +36,8 @@ typedef struct uwugithost_rows uwugithost_rows;       /* rows, while one goes th
 /* The version of the library, as in "1.2.3". It stays. */
 const char* uwugithost_version(void);
 
-/* Why the last function of this thread that answered UWUGITHOST_USAGE, _REPOSITORY or _FAILURE did
-   so; empty before the first. It stays until the next failure. */
+/* Why the last function of this thread that answered UWUGITHOST_USAGE, _REPOSITORY, _FAILURE or
+   _INTERRUPTED did so; empty before the first. It stays until the next failure. */
 const char* uwugithost_last_error(void);
 
 /* Loads the module. Settings: "module", its file; "system-path", "extension-path" and
@@ -63,6 +64,26 @@ typedef void uwugithost_log_callback(void* context, int level, const char* text)
    beginning, they go to stderr. */
 uwugithost_code uwugithost_on_log(uwugithost* host, uwugithost_log_callback* callback,
                                   void* context);
+
+/* How far a call is. The texts stay until the callback returns. */
+typedef struct {
+  const char* function; /* that was called */
+  const char* work;     /* as in "receiving objects"; may be empty */
+  uint64_t done;
+  uint64_t total; /* 0 where it is not known */
+  uint64_t bytes; /* received or sent by now */
+} uwugithost_progress;
+
+/* Sees how far a call is, where it takes long and with the companion, up to a million times a
+   second, and answers 0. Any other answer ends a clone, a fetch, a push or what only reads: it
+   fails with UWUGITHOST_INTERRUPTED. What writes in a repository is finished. The callback calls no
+   function of this library, and returns in the ordinary way. */
+typedef int uwugithost_progress_callback(void* context, const uwugithost_progress* progress);
+
+/* Tells the callback, with the context, from now on. Without a callback, as at the beginning,
+   nobody is told. */
+uwugithost_code uwugithost_on_progress(uwugithost* host, uwugithost_progress_callback* callback,
+                                       void* context);
 
 /* An argument of a function: a text, or the number where the text is a null pointer. */
 typedef struct {
