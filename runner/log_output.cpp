@@ -7,8 +7,8 @@
 
 namespace uwugit::runner {
 
-LogOutput::LogOutput(host::Log& log, const LogOptions& options)
-    : log_(log), options_(options), file_(nullptr, std::fclose) {
+LogOutput::LogOutput(host::Log& log, const LogOptions& options, StatusLine& status_line)
+    : log_(log), options_(options), status_line_(status_line), file_(nullptr, std::fclose) {
   if (!options_.file.empty()) {
     file_.reset(std::fopen(options_.file.c_str(), "ae"));
     if (!file_) throw host::UsageError("the log " + options_.file + " cannot be written");
@@ -25,6 +25,7 @@ LogOutput::~LogOutput() {
 
 void LogOutput::write(const host::LogLine& line) {
   if (options_.is_quiet && !file_ && line.level != host::LogLine::kError) return;
+  const StatusLine::Away away(status_line_);
   if (!file_ && !options_.is_json) return usual_(line);
   const std::string shown = (options_.is_json ? json(line) : line.rendered()) + '\n';
   std::FILE* const file = file_ ? file_.get() : stderr;

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "status_line.h"
 #include "uwugithost/host.h"
 
 namespace uwugit::runner {
@@ -18,25 +19,14 @@ struct LogOptions {
 class LogOutput {
  public:
   // Throws host::UsageError when the file cannot be opened.
-  LogOutput(host::Log& log, const LogOptions& options);
+  LogOutput(host::Log& log, const LogOptions& options, StatusLine& status_line);
   // Puts back where lines went before.
   ~LogOutput();
   LogOutput(const LogOutput&) = delete;
   LogOutput& operator=(const LogOutput&) = delete;
 
-  // Lines that are written while this lives are of that function.
-  class Call {
-   public:
-    Call(LogOutput& output, std::string_view function) : output_(output) {
-      output_.function_ = function;
-    }
-    ~Call() { output_.function_ = {}; }
-    Call(const Call&) = delete;
-    Call& operator=(const Call&) = delete;
-
-   private:
-    LogOutput& output_;
-  };
+  // The function that the lines are of from now on; empty outside of calls.
+  void set_function(std::string_view function) { function_ = function; }
 
  private:
   void write(const host::LogLine& line);
@@ -44,9 +34,10 @@ class LogOutput {
 
   host::Log& log_;
   LogOptions options_;
+  StatusLine& status_line_;
   host::Log::Sink usual_;
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
-  std::string_view function_;  // empty outside of calls
+  std::string_view function_;
 };
 
 }  // namespace uwugit::runner

@@ -11,6 +11,7 @@
 
 #include "commands/commands.h"
 #include "commands/graph.h"
+#include "interrupt.h"
 #include "row_options.h"
 #include "sql_options.h"
 #include "usage.h"
@@ -285,9 +286,17 @@ bool is_output_written() {
 int main(int argc, char** argv) try {
   use_utf8();
   const int status = parse_and_run(argc, argv);
-  if (is_output_written()) return status;
-  std::fputs("uwugit: the output could not be written\n", stderr);
-  return kExitFailure;
+  if (!is_output_written()) {
+    std::fputs("uwugit: the output could not be written\n", stderr);
+    return kExitFailure;
+  }
+  if (!is_interrupted()) return status;
+  std::fputs("uwugit: interrupted\n", stderr);
+  return kExitInterrupted;
+} catch (const uwugit::host::Interrupted& interrupted) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "uwugit: %s\n", interrupted.what());
+  return kExitInterrupted;
 } catch (const std::exception& error) {
   std::fflush(stdout);
   std::fprintf(stderr, "uwugit: %s\n", error.what());

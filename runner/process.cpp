@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -29,8 +30,9 @@ CommandResult run(const std::vector<std::string>& command) {
   CommandResult result{};
   if (error == 0) {
     char buffer[4096];
-    for (ssize_t got; (got = read(ends[0], buffer, sizeof buffer)) > 0;) {
-      result.output.append(buffer, static_cast<std::size_t>(got));
+    for (ssize_t got; (got = read(ends[0], buffer, sizeof buffer)) != 0;) {
+      if (got > 0) result.output.append(buffer, static_cast<std::size_t>(got));
+      if (got < 0 && errno != EINTR) break;
     }
   }
   close(ends[0]);
@@ -39,7 +41,8 @@ CommandResult run(const std::vector<std::string>& command) {
                              " cannot be run: " + std::strerror(error));
   }
   int status = 0;
-  waitpid(child, &status, 0);
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
   result.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return result;
 }

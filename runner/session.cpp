@@ -31,15 +31,18 @@ fs::path library_folder() {
 
 Session::Session(const SessionOptions& options)
     : host_(search_lists(options)),
-      log_output_(host_.log(), options.log),
+      status_line_(!options.log.is_quiet && StatusLine::is_possible()),
+      log_output_(host_.log(), options.log, status_line_),
       module_(std::make_unique<host::FunctionModule>(module_file(options), host_.control_block())),
       trace_(host_, options.is_traced),
       watchdog_(options.timeout),
       is_memory_shown_(options.is_memory_shown) {
+  host_.set_observer(this);
   if (options.is_trusting) setenv("UWUGIT_TRUST_OBJECTS", "1", 1);  // read when libgit2 comes up
 }
 
 Session::~Session() {
+  host_.set_observer(nullptr);
   if (!is_memory_shown_) return;
   std::fflush(stdout);
   const host::PoolCounters counters = host_.pools().counters();
@@ -57,12 +60,31 @@ Session::~Session() {
 }
 
 host::Outcome Session::call(const host::Function& function, std::span<const host::Value> values) {
-  trace_.begin(function.name);
   const Watchdog::Watch watch = watchdog_.watch(function.name);
-  const LogOutput::Call call(log_output_, function.name);
-  host::Outcome outcome = host::call_function(host_, *module_, function, values);
+  return host::call_function(host_, *module_, function, values);
+}
+
+void Session::begin(const host::Function& function) noexcept {
+  interruptible_.emplace();
+  is_call_ended_ = false;
+  trace_.begin(function.name);
+  log_output_.set_function(function.name);
+  status_line_.begin(function.name);
+}
+
+bool Session::go_on(const WorkProgress& progress) noexcept {
+  status_line_.update(progress);
+  if (!is_interrupted()) return true;
+  if (progress.can_end) is_call_ended_ = true;
+  return false;
+}
+
+bool Session::end() noexcept {
+  status_line_.end();
+  log_output_.set_function({});
   trace_.end();
-  return outcome;
+  interruptible_.reset();
+  return !is_call_ended_;
 }
 
 }  // namespace uwugit::runner

@@ -6,7 +6,9 @@
 #include <optional>
 #include <string>
 
+#include "interrupt.h"
 #include "log_output.h"
+#include "status_line.h"
 #include "trace.h"
 #include "uwugithost/call.h"
 #include "watchdog.h"
@@ -27,16 +29,18 @@ struct SessionOptions {
   double timeout = 0;  // seconds that a call may take; 0: as long as it wants
 };
 
-class Session {
+// Calls of functions, whoever makes them, show a status line on a terminal and end with Ctrl-C
+// where they can: host::Interrupted is thrown then.
+class Session : private host::CallObserver {
  public:
   // Throws std::runtime_error when the module cannot be loaded.
   explicit Session(const SessionOptions& options);
   // Shows what --memory asks for.
-  ~Session();
+  ~Session() override;
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // See host::call_function.
+  // See host::call_function. After --timeout the process ends.
   host::Outcome call(const host::Function& function, std::span<const host::Value> values);
 
   // For what takes long without being a call of a function.
@@ -46,11 +50,18 @@ class Session {
   const host::FunctionModule& module() const { return *module_; }
 
  private:
+  void begin(const host::Function& function) noexcept override;
+  bool go_on(const WorkProgress& progress) noexcept override;
+  bool end() noexcept override;
+
   host::Host host_;
+  StatusLine status_line_;
   LogOutput log_output_;
   std::unique_ptr<host::FunctionModule> module_;
   Trace trace_;
   Watchdog watchdog_;
+  std::optional<Interruptible> interruptible_;  // during a call
+  bool is_call_ended_ = false;
   bool is_memory_shown_;
 };
 

@@ -67,6 +67,7 @@ int run_sql(const SessionOptions& options, const SqlCommand& command) {
   const std::vector<std::string> tables = tables_to_write(command);
   Session session(options);
   const Watchdog::Watch watch = session.watch("sql");
+  const Interruptible interruptible;  // so that no unfinished file is left
   try {
     const host::Repository repository(session.host(), session.module(), command.place);
     RowSource source(repository, command.jobs);

@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "lua/interrupt_hook.h"
 #include "session.h"
 #include "uwugithost/rows.h"
 
@@ -89,6 +90,7 @@ int guarded_by(lua_State* lua, Work work, PushError push_error) {
     push_protected(lua, [&](lua_State* inner) { return push_error(inner, error.what()), 1; });
   }
   log.active = outer;
+  end_if_interrupted(lua);
   if (!outer && std::exchange(log.has_failed, false) && is_done) {
     lua_rawgetp(lua, LUA_REGISTRYINDEX, &log.error_key);
     is_done = false;

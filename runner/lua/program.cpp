@@ -4,8 +4,9 @@
 #include <new>
 
 #include "binding.h"
+#include "interrupt.h"
 #include "lua/guard.h"
-#include "lua/interrupt.h"
+#include "lua/interrupt_hook.h"
 #include "lua/layer.h"
 
 namespace uwugit::runner {
@@ -102,7 +103,7 @@ bool LuaProgram::run_loaded(bool is_loaded, const std::string& name,
                             std::span<const std::string> arguments) {
   lua_State* lua = lua_.get();
   const bool is_done = is_loaded && call_with_traceback(lua, push_arguments(lua, name, arguments));
-  if (!is_done) report_error(lua);
+  if (!is_done && !is_interrupted()) report_error(lua);
   lua_settop(lua, 0);
   return is_done;
 }
@@ -122,10 +123,11 @@ LuaProgram::Line LuaProgram::run_line(const std::string& line, bool is_last) {
   lua_settop(lua, 0);
   const bool is_loaded = load_line(lua, line);
   if (!is_loaded && !is_last && is_cut_short(lua)) return Line::kIncomplete;
-  allow_interrupts(lua);
+  look_for_interrupts(lua);
+  forget_interrupt();
   const Interruptible interruptible;
   const bool is_done = is_loaded && call_with_traceback(lua, 0) && show_answers(lua);
-  if (!is_done && interruptible.is_interrupted()) {
+  if (!is_done && is_interrupted()) {
     std::fflush(stdout);
     std::fputs("interrupted\n", stderr);
   } else if (!is_done) {

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "format/writer.h"
+#include "interrupt.h"
 
 namespace uwugit::runner {
 namespace {
@@ -62,6 +63,9 @@ Database::Database(const std::string& file) : prefix_(file == kInMemory ? "" : f
       sqlite3_open_v2(file.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
   database_.reset(database);
   check(rc);
+  constexpr int kInstructions = 10000;  // between two looks
+  sqlite3_progress_handler(
+      database, kInstructions, [](void*) { return is_interrupted() ? 1 : 0; }, nullptr);
 }
 
 int Database::check(int rc) const {

@@ -1,0 +1,30 @@
+#include "lua/interrupt_hook.h"
+
+#include <initializer_list>
+
+#include "interrupt.h"
+
+namespace uwugit::runner {
+namespace {
+
+constexpr int kInstructions = 10000;  // of Lua between two looks
+
+void look(lua_State* lua, lua_Debug*) {
+  if (!is_interrupted()) return;
+  lua_pushliteral(lua, "interrupted");
+  lua_error(lua);
+}
+
+}  // namespace
+
+void look_for_interrupts(lua_State* lua) { lua_sethook(lua, look, LUA_MASKCOUNT, kInstructions); }
+
+void end_if_interrupted(lua_State* lua) {
+  if (!is_interrupted()) return;
+  lua_rawgeti(lua, LUA_REGISTRYINDEX, LUA_RIDX_MAINTHREAD);
+  lua_State* const main = lua_tothread(lua, -1);
+  lua_pop(lua, 1);
+  for (lua_State* state : {lua, main}) lua_sethook(state, look, LUA_MASKCOUNT, 1);
+}
+
+}  // namespace uwugit::runner
