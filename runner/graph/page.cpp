@@ -1,6 +1,7 @@
 #include "graph/page.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 
 #include "format/writer.h"
@@ -57,7 +58,9 @@ class PageWriter {
     const std::string_view page = kPageText;
     const std::size_t mark = page.find(kPageMark);
     std::fwrite(page.data(), 1, mark, file_);
-    data_.plain("{\"digits\":");
+    data_.plain("{\"name\":");
+    data_.text(std::filesystem::path(repository_.path()).filename().string());
+    data_.plain("\"digits\":");
     data_.number(static_cast<std::int64_t>(graph_.short_id_digits()));
     write_rows(query);
     write_labels();
