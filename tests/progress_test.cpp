@@ -1,9 +1,10 @@
 // What a host is told of long calls, and calls that it ends: through the companion, on this machine
 // and over the network, and by Ctrl-C at a terminal.
-#include <sys/file.h>
+#include <fcntl.h>
 
+#include <algorithm>
 #include <map>
-#include <set>
+#include <random>
 
 #include "support/transfer_test.h"
 #include "uwugithost/observer.h"
@@ -38,7 +39,7 @@ class Progress : public Transfer {
   ~Progress() override { host_.set_observer(nullptr); }
 
   // The return code, or that the call was ended.
-  std::string call(const char* function, const std::vector<host::Value>& values) try {
+  std::string answer_of(const char* function, const std::vector<host::Value>& values) try {
     log_.clear();
     return call_function(host_, module_, *host::find_function(function), values).code_text();
   } catch (const host::Interrupted& interrupted) {
@@ -75,14 +76,107 @@ TEST_F(Progress, IsToldAndEndsCallsThatLeaveNothingBehind) {
     if (function == std::string("do_fetch")) commit_elsewhere("new\n");
     const std::string before = state(), remote_before = remote_main();
     observer_.end_at = stage;
-    EXPECT_EQ(call(function, values), "ended");
+    EXPECT_EQ(answer_of(function, values), "ended");
     EXPECT_EQ(state(), before);
     EXPECT_EQ(remote_main(), remote_before);
     EXPECT_FALSE(fs::exists(cloned_));
     observer_.end_at = Observer::kNever;
-    EXPECT_NE(call(function, values), "-1");
+    EXPECT_NE(answer_of(function, values), "-1");
     fs::remove_all(cloned_);
   }
+}
+
+// At a terminal, with servers that send a part of a pack, or take one, and then nothing.
+class Interrupt : public Transfer {
+ protected:
+  Interrupt() {
+    clone_by_path();
+    std::string noise(1 << 20, '\0');  // does not compress
+    std::generate(noise.begin(), noise.end(), std::minstd_rand());
+    commit_elsewhere(noise);
+    commit_here("mine", "mine");
+    const fs::path pack = sandbox_.root() / "pack", send_pack = sandbox_.root() / "send-pack";
+    runner::run({"sh", "-c",
+                 "mkfifo '" + gate_.string() + "'; git -C '" + bare_.string() +
+                     "' pack-objects -q --all --stdout < /dev/null > '" + pack.string() + "'"});
+    write_script(send_pack, "head -c -1000 '" + pack.string() + "'");
+    write_script(bare_ / "hooks/pre-receive", "");
+    git(sandbox_.root(), {"config", "--global", "uploadpack.packObjectsHook", send_pack});
+    write_file(known_hosts_, read_file(all_.file("known_ed25519")));
+    setenv("TERM", "xterm", 1);
+  }
+  ~Interrupt() override { open_gate(); }
+
+  // What a server runs: it waits at the gate when it is done.
+  void write_script(const fs::path& file, const std::string& line) {
+    write_file(file, "#!/bin/sh\n" + line + "\nexec cat '" + gate_.string() + "'\n");
+    fs::permissions(file, fs::perms::owner_all);
+  }
+
+  void open_gate() { close(open(gate_.c_str(), O_RDWR)); }
+
+  // Runs a program, types keys when texts have come, and answers the exit status.
+  std::string type(const std::string& program, const std::vector<std::string>& keys) {
+    write_file(sandbox_.root() / "program.lua", program);
+    std::vector<std::string> command = {
+        "python3", UWUGIT_SOURCE_FOLDER "/tests/support/terminal.py",
+        UWUGIT_COMMAND " run " + (sandbox_.root() / "program.lua").string()};
+    command.insert(command.end(), keys.begin(), keys.end());
+    return runner::run(command).output;
+  }
+
+  fs::path gate_ = sandbox_.root() / "gate";
+  Servers all_{servers_, bare_.parent_path()};
+};
+
+TEST_F(Interrupt, EndsTransfersThatHang) {
+  const struct {
+    const char *scheme, *function, *shown;
+  } rows[] = {
+      {"https", "do_clone", "do_clone, 1 s, receiving objects: "},
+      {"ssh", "do_clone", "receiving objects: "},
+      {"git", "do_fetch", ", receiving objects: "},
+      {"http", "do_pull", ", receiving objects: "},
+      {"git", "do_push", "do_push, 1 s, sending objects"},
+      {"ssh", "do_push", "sending objects"},
+  };
+  const std::string remote_before = remote_main();
+  const fs::path went_on = sandbox_.root() / "went on";
+  for (const auto& [scheme, function, shown] : rows) {
+    SCOPED_TRACE(std::string(scheme) + " " + function);
+    const bool is_ssh = scheme == std::string("ssh"),
+               is_clone = function == std::string("do_clone");
+    const std::string url = is_ssh ? all_.url("ssh", bare_, me()) : all_.url(scheme, "/remote.git");
+    git(work_, {"remote", "set-url", "origin", url});
+    if (function == std::string("do_push")) git(work_, {"checkout", "--quiet", "-b", scheme});
+    const std::string before = state();
+    std::string program = "pcall(git." + std::string(function);
+    std::vector<std::string> given = {work_, is_ssh ? me() : "me",
+                                      host_.passwords().encode("secret"), " ", " "};
+    if (is_ssh)
+      given = {work_, me(), " ", all_.file("user_ed25519.pub"), all_.file("user_ed25519")};
+    if (is_clone) given[0] = url, given.insert(given.begin() + 1, cloned_);
+    if (function == std::string("do_fetch")) given.push_back(" ");
+    given.push_back(scheme == std::string("https") ? all_.file("authority.pem").string() : " ");
+    for (const std::string& value : given) program += ", [[" + value + "]]";
+    program += ", 0)\nio.open([[" + went_on.string() + "]], 'w')";
+    EXPECT_EQ(type(program, {shown, "^C", "interrupted", ""}), "130\n");
+    EXPECT_FALSE(fs::exists(cloned_));
+    EXPECT_EQ(state(), before);
+    EXPECT_FALSE(fs::exists(went_on));
+    open_gate();
+  }
+  EXPECT_EQ(remote_main(), remote_before);
+}
+
+TEST_F(Interrupt, EndsTheProcessTheSecondTime) {
+  write_file(work_ / "file", "changed");
+  const std::string program =
+      "host.on_log(function() print('now') while true do end end)\ngit.get_status([[" +
+      work_.string() + "]])";
+  EXPECT_EQ(
+      type(program, {"now", "^C", "get_status, 1 s: ending (Ctrl-C again ends at once)", "^C"}),
+      "-2\n");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@ import os
 import pty
 import select
 import sys
+import time
 
 child, terminal = pty.fork()
 if child == 0:
@@ -11,13 +12,14 @@ if child == 0:
     os.execvp(words[0], words)
 seen = ""
 for text, keys in zip(sys.argv[2::2], sys.argv[3::2]):
+    end = time.monotonic() + 30
     while text not in seen:
         try:
-            more = select.select([terminal], [], [], 20)[0] and os.read(terminal, 4096)
+            more = select.select([terminal], [], [], max(0, end - time.monotonic()))[0] and os.read(terminal, 4096)
         except OSError:  # the command has ended
             more = b""
         if not more:
-            sys.exit(f"{text} did not come, but {seen}")
+            sys.exit(f"{text} did not come, but {seen[-1000:]}")
         seen += more.decode(errors="replace")
     seen = seen.split(text, 1)[1]
     for letter in "CDIMP":
