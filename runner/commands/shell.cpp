@@ -24,10 +24,10 @@ constexpr char kHelp[] =
     "  repo = git.open(\".\")          a repository: repo:status(), repo:log()\n"
     "  git.get_status(\".\")           one of the functions\n"
     "  functions                     lists the functions\n"
-    "  help NAME                     explains a function\n"
+    "  help NAME                     explains a function or a method: help(repo.log), help repo\n"
     "  exit                          ends, as Ctrl-D does\n"
-    "Tab completes names, and files between quotes. Ctrl-C cancels the line, or stops the Lua code "
-    "that runs.\n";
+    "Tab completes names, and between quotes branches, attributes and files. Ctrl-C cancels the "
+    "line, or stops the Lua code that runs.\n";
 
 // Where lines come from: a terminal, or what has no editing.
 class Input {
@@ -50,16 +50,20 @@ class Input {
   std::optional<LineEditor> editor_;
 };
 
-void show_help_of(const std::string& name) {
-  if (const host::Function* function = host::find_function(name)) {
+void show_help_of(LuaProgram& lua, const std::string& what) {
+  std::string text = what;
+  if (!host::find_function(text)) text = lua.explain(what);
+  if (const host::Function* function = host::find_function(text)) {
     print_help(host::describe(*function));
+  } else if (text.empty()) {
+    std::printf("%s\n", about_missing_function(what).c_str());
   } else {
-    std::printf("%s\n", about_missing_function(name).c_str());
+    print_help(text);
   }
 }
 
 // Does what one of the shell's own words asks for; false when the line is none of them.
-bool do_shell_word(const std::string& line) {
+bool do_shell_word(LuaProgram& lua, const std::string& line) {
   constexpr std::string_view help = "help";
   constexpr const char* between = " \t\"'()";
   if (line == "functions") {
@@ -69,8 +73,9 @@ bool do_shell_word(const std::string& line) {
   } else if (line.starts_with(help) &&
              std::string_view(between).find(line[help.size()]) != std::string_view::npos) {
     const std::size_t first = line.find_first_not_of(between, help.size());
-    if (first == line.npos) return false;
-    show_help_of(line.substr(first, line.find_last_not_of(between) + 1 - first));
+    if (first == line.npos) return print_help(kHelp), true;
+    if (line[first] == '=') return false;  // a variable of that name
+    show_help_of(lua, line.substr(first, line.find_last_not_of(between) + 1 - first));
   } else {
     return false;
   }
@@ -93,7 +98,7 @@ int run_shell(const SessionOptions& options) {
     const bool is_end = answer == Answer::kEnd;
     if (is_end && input.is_terminal()) return kExitSuccess;
     if (text.empty() && (is_end || line == "exit" || line == "quit")) return kExitSuccess;
-    if (text.empty() && (line.empty() || do_shell_word(line))) continue;
+    if (text.empty() && (line.empty() || do_shell_word(lua, line))) continue;
     if (!is_end) text += (text.empty() ? "" : "\n") + line;
     const LuaProgram::Line end = lua.run_line(text, is_end);
     std::fflush(stdout);

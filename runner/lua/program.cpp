@@ -4,6 +4,7 @@
 #include <new>
 
 #include "binding.h"
+#include "lua/catalogue.h"
 #include "lua/guard.h"
 #include "lua/interrupt.h"
 #include "lua/layer.h"
@@ -80,8 +81,17 @@ bool show_answers(lua_State* lua) {
 int call_complete(lua_State* lua) {
   push_shell_function(lua, "complete");
   lua_insert(lua, 1);
-  lua_call(lua, 1, 2);
+  lua_pushcfunction(lua, list_parameters);
+  lua_call(lua, 2, 2);
   return 2;
+}
+
+// help(what) -> an explanation, the name of a function, or nil.
+int call_help(lua_State* lua) {
+  push_shell_function(lua, "help");
+  lua_insert(lua, 1);
+  lua_call(lua, 1, 1);
+  return 1;
 }
 
 }  // namespace
@@ -150,6 +160,16 @@ Completions LuaProgram::complete(const std::string& line) {
   }
   lua_settop(lua, 0);
   return found;
+}
+
+std::string LuaProgram::explain(const std::string& what) {
+  lua_State* lua = lua_.get();
+  lua_pushcfunction(lua, call_help);
+  lua_pushlstring(lua, what.data(), what.size());
+  const bool is_explained = lua_pcall(lua, 1, 1, 0) == LUA_OK && lua_isstring(lua, 1);
+  const std::string text = is_explained ? lua_tostring(lua, 1) : "";
+  lua_settop(lua, 0);
+  return text;
 }
 
 }  // namespace uwugit::runner
