@@ -1,6 +1,7 @@
 #include "line_editor.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kKeptLines = 1000;
-constexpr std::size_t kListedWords = 200;
+constexpr std::size_t kListedWords = 100;
 
 LineEditor* editor_of(EditLine* editor) {
   void* self = nullptr;
@@ -38,6 +39,12 @@ std::size_t common_length(const std::vector<std::string>& words) {
     --length;
   }
   return length;
+}
+
+// Whether further keys have come already.
+bool is_more_waiting() {
+  int count = 0;
+  return ioctl(STDIN_FILENO, FIONREAD, &count) == 0 && count > 0;
 }
 
 // In columns, as a listing of files. Of very many only the first are shown.
@@ -142,6 +149,10 @@ unsigned char LineEditor::cancel_line(EditLine* editor, int) {
 }
 
 unsigned char LineEditor::complete_word(EditLine* editor, int key) {
+  if (is_more_waiting()) {  // the Tab is part of a pasted text
+    el_insertstr(editor, "\t");
+    return CC_REFRESH;
+  }
   const LineInfo* line = el_line(editor);
   const Completions found = editor_of(editor)->complete_({line->buffer, line->cursor});
   if (found.is_file_name) return _el_fn_complete(editor, key);

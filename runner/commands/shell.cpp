@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <iostream>
 #include <optional>
+#include <regex>
 #include <string>
 
 #include "commands.h"
@@ -21,6 +22,7 @@ constexpr char kGreeting[] =
 
 constexpr char kHelp[] =
     "A line is Lua; what it answers is shown, and a line that is not complete goes on.\n"
+    "The word `local` at its beginning is passed over, so that later lines know the variable.\n"
     "  repo = git.open(\".\")          a repository: repo:status(), repo:log()\n"
     "  git.get_status(\".\")           one of the functions\n"
     "  functions                     lists the functions\n"
@@ -82,6 +84,16 @@ bool do_shell_word(LuaProgram& lua, const std::string& line) {
   return true;
 }
 
+// A variable would be forgotten at the end of its line otherwise, also where lines of a program are
+// pasted.
+std::string without_local(const std::string& text) {
+  static const std::regex local(
+      R"(\s*local\s+(function\s|[A-Za-z_]\w*(\s*,\s*[A-Za-z_]\w*)*\s*=))");
+  std::smatch found;
+  if (!std::regex_search(text, found, local, std::regex_constants::match_continuous)) return text;
+  return text.substr(static_cast<std::size_t>(found.position(1)));
+}
+
 }  // namespace
 
 // An error ends a shell that nobody sits at.
@@ -100,7 +112,7 @@ int run_shell(const SessionOptions& options) {
     if (text.empty() && (is_end || line == "exit" || line == "quit")) return kExitSuccess;
     if (text.empty() && (line.empty() || do_shell_word(lua, line))) continue;
     if (!is_end) text += (text.empty() ? "" : "\n") + line;
-    const LuaProgram::Line end = lua.run_line(text, is_end);
+    const LuaProgram::Line end = lua.run_line(without_local(text), is_end);
     std::fflush(stdout);
     if (end == LuaProgram::Line::kFailed && !input.is_terminal()) return kExitFailure;
     if (is_end) return kExitSuccess;

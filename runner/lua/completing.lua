@@ -68,7 +68,7 @@ local full = { branch = "refs/heads/", ["remote branch"] = "refs/remotes/", tag 
 local function add_refs(found, folder, form, start)
   local is_there, repo = pcall(open, folder)
   if not is_there then return end
-  local names = { form ~= "branch" and form ~= "id" and "HEAD" or nil }
+  local names = { (form == "full" or form == "commit") and "HEAD" or nil }
   for ref in refs(repo) do
     local is_branch = ref.kind == "branch" or ref.kind == "remote branch"
     if form == "id" then
@@ -77,6 +77,7 @@ local function add_refs(found, folder, form, start)
       names[#names + 1] = full[ref.kind] and full[ref.kind] .. ref.name
     elseif is_branch or form == "commit" and ref.kind == "tag" then
       names[#names + 1] = ref.name
+      names[#names + 1] = form == "checkout" and ref.name:match("^origin/(.+)") or nil
     end
   end
   add_words(found, names, start)
@@ -111,7 +112,7 @@ local function add_method_values(found, name, call, start, folder)
   local names, text = layer.arguments_of(name)
   local argument = names[call.number]
   if method_forms[argument] then
-    add_refs(found, folder, method_forms[argument], start)
+    add_refs(found, folder, name == "checkout" and name or method_forms[argument], start)
   elseif argument == "mode" then
     for word in text:gmatch('"(%a+)"') do add_words(found, { word }, start) end
   else

@@ -131,7 +131,10 @@ LuaProgram::Line LuaProgram::run_line(const std::string& line, bool is_last) {
   lua_State* lua = lua_.get();
   lua_settop(lua, 0);
   const bool is_loaded = load_line(lua, line);
-  if (!is_loaded && !is_last && is_cut_short(lua)) return Line::kIncomplete;
+  if (!is_loaded && !is_last && is_cut_short(lua)) {
+    lua_settop(lua, 0);
+    return Line::kIncomplete;
+  }
   allow_interrupts(lua);
   const Interruptible interruptible;
   const bool is_done = is_loaded && call_with_traceback(lua, 0) && show_answers(lua);
