@@ -34,8 +34,8 @@ local function end_of_quoted(text, place)
 end
 
 -- What a text ends in the middle of, between quotes: {before = what stands before the bracket,
--- number = of the argument, texts = the arguments before that are texts}, and what is quoted so
--- far; nil outside of quotes.
+-- number = of the argument, texts = the arguments before that are texts}, what is quoted so far, and
+-- the quote; nil outside of quotes.
 local function open_quote(text)
   local calls, place = { { number = 1, texts = {} } }, 1
   while true do
@@ -47,7 +47,7 @@ local function open_quote(text)
       local name = text:sub(1, place - 1):match("[.:]([%a_][%w_]*)%s*$")
       if not last then
         if name then call = { before = text:sub(1, place - 1), number = 1, texts = {} } end
-        return call, text:sub(place + 1)
+        return call, text:sub(place + 1), sign
       end
       call.texts[call.number] = text:sub(place + 1, last - 1)
       place = last
@@ -151,8 +151,9 @@ end
 function core.complete(text, parameters)
   local found = {}
   local about = text:match('^help[%s(]+["\']?([%w_]*)$')
-  local call, start = open_quote(text)
+  local call, start, quote = open_quote(text)
   if about then
+    call = nil
     add_names(found, git, about, true)
     add_names(found, _G, about)
   elseif call then
@@ -164,5 +165,6 @@ function core.complete(text, parameters)
   local names = {}
   for name in next, found do names[#names + 1] = name end
   table.sort(names)
+  if call and #names == 1 then names[1] = names[1] .. quote end  -- as it is done with files
   return about, names
 end
