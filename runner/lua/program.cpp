@@ -12,11 +12,22 @@
 namespace uwugit::runner {
 namespace {
 
-// Adds to an error through which calls it came. An error that is not a text is shown as Lua would
-// show it.
+// Adds to an error through which calls of the program it came. An error that is not a text is shown
+// as Lua would show it.
 int add_traceback(lua_State* lua) {
-  const char* message = luaL_tolstring(lua, 1, nullptr);
-  luaL_traceback(lua, lua, message, 1);
+  luaL_tolstring(lua, 1, nullptr);
+  push_shell_function(lua, "shorten");
+  luaL_traceback(lua, lua, nullptr, 1);
+  lua_pushvalue(lua, -1);
+  lua_insert(lua, -3);
+  if (lua_pcall(lua, 1, 1, 0) != LUA_OK) {  // as when the stack is full
+    lua_pop(lua, 1);
+    lua_pushliteral(lua, "\n");
+    lua_insert(lua, -2);
+  } else {
+    lua_remove(lua, -2);
+  }
+  lua_concat(lua, lua_gettop(lua) - 1);
   return 1;
 }
 
