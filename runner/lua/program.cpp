@@ -181,7 +181,7 @@ std::string LuaProgram::explain(const std::string& what) {
   lua_pushcfunction(lua, call_help);
   lua_pushlstring(lua, what.data(), what.size());
   const bool is_explained = lua_pcall(lua, 1, 1, 0) == LUA_OK && lua_isstring(lua, 1);
-  const std::string text = is_explained ? lua_tostring(lua, 1) : "";
+  std::string text = is_explained ? lua_tostring(lua, 1) : "";
   lua_settop(lua, 0);
   return text;
 }
