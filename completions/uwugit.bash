@@ -30,7 +30,8 @@ _uwugit() {
     *:*:-*) candidates=$(_uwugit_options "$program" $command) ;;
     :*) candidates=$commands ;;
     call:call:* | functions:functions:* | help:help:*)
-      candidates=$("$program" functions 2>/dev/null | cut -d ' ' -f 1) ;;
+      candidates=$("$program" functions 2>/dev/null | cut -d ' ' -f 1)
+      if [[ $command == help ]]; then candidates+=$commands; fi ;;
     diff:*) candidates=$(_uwugit_refs "$program") ;;
   esac
   mapfile -t COMPREPLY < <(compgen -W "$candidates" -- "$word")

@@ -1,6 +1,7 @@
 #include "line_editor.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,12 +10,16 @@
 #include <deque>
 #include <fstream>
 
+#include "format/wrap.h"
+#include "format/writer.h"
+
 namespace uwugit::runner {
 namespace {
 
 namespace fs = std::filesystem;
 
 constexpr std::size_t kKeptLines = 1000;
+constexpr std::size_t kListedWords = 100;
 
 LineEditor* editor_of(EditLine* editor) {
   void* self = nullptr;
@@ -34,6 +39,32 @@ std::size_t common_length(const std::vector<std::string>& words) {
     --length;
   }
   return length;
+}
+
+// Whether further keys have come already.
+bool is_more_waiting() {
+  int count = 0;
+  return ioctl(STDIN_FILENO, FIONREAD, &count) == 0 && count > 0;
+}
+
+// In columns, as a listing of files. Of very many only the first are shown.
+void print_words(const std::vector<std::string>& words) {
+  const std::size_t shown = std::min(words.size(), kListedWords);
+  std::size_t widest = 0;
+  for (std::size_t i = 0; i < shown; ++i) widest = std::max(widest, display_width(words[i]));
+  const std::size_t columns = std::max<std::size_t>(1, width_of_help() / (widest + 2));
+  const std::size_t rows = (shown + columns - 1) / columns;
+  std::string text = "\n";
+  for (std::size_t row = 0; row < rows; ++row) {
+    for (std::size_t i = row; i < shown; i += rows) {
+      text += words[i];
+      if (i + rows < shown) text.append(widest + 2 - display_width(words[i]), ' ');
+    }
+    text += '\n';
+  }
+  if (shown < words.size()) text += "… " + std::to_string(words.size() - shown) + " more\n";
+  std::fputs(text.c_str(), stdout);
+  std::fflush(stdout);
 }
 
 }  // namespace
@@ -118,6 +149,10 @@ unsigned char LineEditor::cancel_line(EditLine* editor, int) {
 }
 
 unsigned char LineEditor::complete_word(EditLine* editor, int key) {
+  if (is_more_waiting()) {  // the Tab is part of a pasted text
+    el_insertstr(editor, "\t");
+    return CC_REFRESH;
+  }
   const LineInfo* line = el_line(editor);
   const Completions found = editor_of(editor)->complete_({line->buffer, line->cursor});
   if (found.is_file_name) return _el_fn_complete(editor, key);
@@ -128,10 +163,7 @@ unsigned char LineEditor::complete_word(EditLine* editor, int key) {
     return CC_REFRESH;
   }
   if (found.words.size() == 1) return CC_REFRESH;
-  std::fputs("\n", stdout);
-  for (const std::string& word : found.words) std::printf("%s  ", word.c_str());
-  std::fputs("\n", stdout);
-  std::fflush(stdout);
+  print_words(found.words);
   return CC_REDISPLAY;
 }
 

@@ -251,7 +251,7 @@ int parse_and_run(int argc, char** argv) {
   wrap_help(line.app);
   line.app.set_version_flag("--version", kVersion);
   line.app.require_subcommand(1);
-  line.app.add_option("-C", line.place, "A folder in the repository, for status to sql")
+  line.app.add_option("-C", line.place, "A folder in the repository, for status to graph")
       ->type_name("REPO");
   add_session_options(&line.app, line.session);
   add_row_commands(line);

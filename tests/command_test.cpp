@@ -17,7 +17,8 @@ const fs::path kCommand = UWUGIT_COMMAND;
 // Runs what stands behind "$ " and "> " as a shell would, in a folder of its own. The lines below
 // are what must come out of it, with "[n]" last when the exit status n is not 0. LIBRARY is the
 // folder of the module. A line that begins with "# " is a comment. Of a page of the documentation
-// this holds for what stands between "```console" and "```".
+// this holds for what stands between "```console" and "```"; that of the README is run at a
+// terminal.
 //
 // With UWUGIT_WRITE_EXPECTED=1 in the environment the transcript is written anew instead.
 class Command : public testing::TestWithParam<const char*> {};
@@ -31,12 +32,16 @@ TEST_P(Command, AnswersAsInTheTranscript) {
   const std::regex library(kLibraryFolder.string()), folder(fs::current_path().string());
   fs::create_directory_symlink(kSource / "examples", "examples");
   const fs::path file = kSource / GetParam();
+  const bool is_at_terminal = file.filename() == "README.md";
   std::istringstream lines(read_file(file));
   std::string written, command, expected;
   const auto run = [&] {
     if (command.empty()) return;
-    const auto result = runner::run({"sh", "-c", command});
+    std::vector<std::string> words = {"sh", "-c", command};
+    if (is_at_terminal) words = {"env", "NO_COLOR=1", "script", "-qec", command, "/dev/null"};
+    const auto result = runner::run(words);
     std::string shown = std::regex_replace(in_usual_words(result.output), library, "LIBRARY");
+    if (is_at_terminal) std::erase(shown, '\r');
     shown = std::regex_replace(shown, folder, "FOLDER");
     if (result.status != 0) shown += "[" + std::to_string(result.status) + "]\n";
     EXPECT_EQ(shown, expected) << command;
@@ -66,6 +71,7 @@ constexpr const char* kTranscripts[] = {
 #ifdef UWUGIT_HAS_PACKAGES
     "tests/install_transcript.txt",
 #endif
+    "README.md",
     "docs/data.md",
     "docs/graph.md",
     "tests/command_transcript.txt",

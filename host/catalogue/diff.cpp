@@ -42,12 +42,13 @@ constexpr ResultRow kDiffFileResults[] = {
     failure(-1, "something failed, or the file does not differ"),
 };
 
+constexpr std::string_view kDiffAttributes[] = {"FILE", "DIFF_CONTENT", "DIFF_TYPE"};
 constexpr Parameter kDiffAttributeParameters[] = {
     kNumberOfFile,
     kRepository,
     kFirstOfDiff,
     kSecondOfDiff,
-    {"attribute", kText, "FILE, DIFF_CONTENT or DIFF_TYPE, in any case"},
+    word_parameter("attribute", kDiffAttributes),
     {"value", kOutput,
      "the path on the new side; the records; \"ADDED\", \"DELETED\", \"MODIFIED\" or blank"},
 };

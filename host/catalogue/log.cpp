@@ -14,12 +14,13 @@ constexpr ResultRow kLogResults[] = {
     kNotLoaded,
 };
 
+constexpr std::string_view kLogAttributes[] = {
+    "ID",   "AUTHOR",     "EMAIL",        "COMMITTER", "COMMITTER_EMAIL",  "MESSAGE",
+    "TIME", "PARENT_IDS", "CHILDREN_IDS", "STASH",     "IN_CURRENT_BRANCH"};
 constexpr Parameter kLogAttributeParameters[] = {
     {"number", kNumber, "number of the commit, counted from 1"},
     kRepository,
-    {"attribute", kText,
-     "ID, AUTHOR, EMAIL, COMMITTER, COMMITTER_EMAIL, MESSAGE, TIME, PARENT_IDS, CHILDREN_IDS, "
-     "STASH or IN_CURRENT_BRANCH, in any case"},
+    word_parameter("attribute", kLogAttributes),
     {"value", kOutput,
      "a text; TIME: seconds since 1970, right-justified in 20 characters; ids joined by commas; "
      "\"TRUE\" or \"FALSE\""},

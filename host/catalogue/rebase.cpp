@@ -25,9 +25,10 @@ constexpr ResultRow kRebaseResults[] = {
     kNotLoaded,
 };
 
+constexpr std::string_view kOperations[] = {"SKIP", "CONTINUE", "FINISH", "ABORT"};
 constexpr Parameter kOperationParameters[] = {
     kRepository,
-    {"operation", kText, "SKIP, CONTINUE, FINISH or ABORT, in any case"},
+    word_parameter("operation", kOperations),
     {"branch", kText, "name of the local branch that is being rebased"},
     kCommitterName,
     kCommitterEmail,

@@ -6,10 +6,11 @@ namespace {
 
 using enum Kind;
 
+constexpr std::string_view kModes[] = {"SOFT", "MIXED", "HARD"};
 constexpr Parameter kResetParameters[] = {
     kRepository,
     id_parameter("commit", "id of the commit, all 40 digits"),
-    {"mode", kText, "SOFT, MIXED or HARD, in any case"},
+    word_parameter("mode", kModes),
 };
 constexpr ResultRow kResetResults[] = {
     success(0, "the branch is at the commit"),

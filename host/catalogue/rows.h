@@ -37,6 +37,10 @@ constexpr ResultRow unless_logged(ResultRow success) {
 constexpr Parameter id_parameter(std::string_view name, std::string_view meaning) {
   return {.name = name, .kind = Kind::kText, .meaning = meaning, .is_id = true};
 }
+constexpr Parameter word_parameter(std::string_view name, std::span<const std::string_view> words,
+                                   std::string_view more = {}) {
+  return {.name = name, .kind = Kind::kText, .meaning = more, .words = words};
+}
 
 inline constexpr ResultRow kNotLoaded =
     failure_unchanged("libgit2 could not be loaded or initialised");

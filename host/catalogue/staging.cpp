@@ -6,14 +6,18 @@ namespace {
 
 using enum Kind;
 
+constexpr std::string_view kRemoval[] = {"DELETED"};
 constexpr Parameter kAddParameters[] = {
     kRepository,
     {"file", kText, "a file, relative to the working tree; not a folder or a pattern", kOptional,
      kRepeated},
-    {"status", kText,
-     "DELETED, in any case, stages the removal of the file before it; any other word, or none "
-     "after the last file, stages its content",
-     kOptional, kRepeated},
+    {.name = "status",
+     .kind = kText,
+     .meaning = "stages the removal of the file before it; any other word, or none after the last "
+                "file, stages its content",
+     .is_optional = true,
+     .is_repeated = true,
+     .words = kRemoval},
 };
 constexpr ResultRow kAddResults[] = {
     success(0, "the index was written; the last file is staged"),

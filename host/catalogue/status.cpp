@@ -12,10 +12,11 @@ constexpr ResultRow kStatusResults[] = {
     success_with_count("the number of entries"),
 };
 
+constexpr std::string_view kStatusAttributes[] = {"PATH", "STATUS", "STAGED"};
 constexpr Parameter kStatusAttributeParameters[] = {
     {"number", kNumber, "number of the entry, counted from 1"},
     kRepository,
-    {"attribute", kText, "PATH, STATUS or STAGED, in any case"},
+    word_parameter("attribute", kStatusAttributes),
     {"value", kOutput,
      "the path; \"new\", \"modified\", \"deleted\", \"renamed\", \"typechange\" or \"conflicted\"; "
      "\"TRUE\" or \"FALSE\""},

@@ -102,7 +102,7 @@ std::string markdown_of(const Function& function) {
   if (!function.parameters.empty()) text += "\n| argument | kind | meaning |\n|---|---|---|\n";
   for (const Parameter& parameter : function.parameters) {
     text += "| `" + std::string(parameter.name) + "` | " + kind_text(parameter) + " | " +
-            cell(parameter.meaning) + " |\n";
+            cell(explain(parameter)) + " |\n";
   }
   text += "\n| return code | | meaning |\n|---|---|---|\n";
   for (const ResultRow& row : function.results) {
@@ -117,7 +117,7 @@ std::string manual_of(const Function& function) {
   if (is_registered(function)) text += roff(registration(function, "")) + "\n";
   for (const Parameter& parameter : function.parameters) {
     text += ".TP\n.I " + roff(parameter.name) + "\n(" + kind_text(parameter) + ") " +
-            roff(parameter.meaning) + "\n";
+            roff(explain(parameter)) + "\n";
   }
   text += ".PP\nReturn codes:\n";
   for (const ResultRow& row : function.results) {
@@ -128,6 +128,17 @@ std::string manual_of(const Function& function) {
 }
 
 }  // namespace
+
+std::string explain(const Parameter& parameter) {
+  std::string text;
+  for (std::size_t i = 0; i < parameter.words.size(); ++i) {
+    if (i > 0) text += i + 1 < parameter.words.size() ? ", " : " or ";
+    text += parameter.words[i];
+  }
+  if (!parameter.words.empty())
+    text += parameter.meaning.empty() ? ", in any case" : ", in any case, ";
+  return text + std::string(parameter.meaning);
+}
 
 std::string usage(const Function& function) {
   std::string text(function.name);
@@ -156,7 +167,7 @@ std::string describe(const Function& function) {
   if (!function.parameters.empty()) text += "\nArguments\n";
   for (const Parameter& parameter : function.parameters) {
     text += "  " + padded(parameter.name, kNameWidth) + padded(kind_text(parameter), kKindWidth) +
-            std::string(parameter.meaning) + "\n";
+            explain(parameter) + "\n";
   }
   text += "\nReturn codes\n";
   for (const ResultRow& row : function.results) {

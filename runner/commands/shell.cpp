@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <iostream>
 #include <optional>
+#include <regex>
 #include <string>
 
 #include "commands.h"
@@ -21,13 +22,14 @@ constexpr char kGreeting[] =
 
 constexpr char kHelp[] =
     "A line is Lua; what it answers is shown, and a line that is not complete goes on.\n"
+    "The word `local` at its beginning is passed over, so that later lines know the variable.\n"
     "  repo = git.open(\".\")          a repository: repo:status(), repo:log()\n"
     "  git.get_status(\".\")           one of the functions\n"
     "  functions                     lists the functions\n"
-    "  help NAME                     explains a function\n"
+    "  help NAME                     explains a function or a method: help(repo.log), help repo\n"
     "  exit                          ends, as Ctrl-D does\n"
-    "Tab completes names, and files between quotes. Ctrl-C cancels the line, or stops the Lua code "
-    "that runs.\n";
+    "Tab completes names, and between quotes branches, attributes and files. Ctrl-C cancels the "
+    "line, or stops the Lua code that runs.\n";
 
 // Where lines come from: a terminal, or what has no editing.
 class Input {
@@ -50,16 +52,20 @@ class Input {
   std::optional<LineEditor> editor_;
 };
 
-void show_help_of(const std::string& name) {
-  if (const host::Function* function = host::find_function(name)) {
+void show_help_of(LuaProgram& lua, const std::string& what) {
+  std::string text = what;
+  if (!host::find_function(text)) text = lua.explain(what);
+  if (const host::Function* function = host::find_function(text)) {
     print_help(host::describe(*function));
+  } else if (text.empty()) {
+    std::printf("%s\n", about_missing_function(what).c_str());
   } else {
-    std::printf("%s\n", about_missing_function(name).c_str());
+    print_help(text);
   }
 }
 
 // Does what one of the shell's own words asks for; false when the line is none of them.
-bool do_shell_word(const std::string& line) {
+bool do_shell_word(LuaProgram& lua, const std::string& line) {
   constexpr std::string_view help = "help";
   constexpr const char* between = " \t\"'()";
   if (line == "functions") {
@@ -69,12 +75,23 @@ bool do_shell_word(const std::string& line) {
   } else if (line.starts_with(help) &&
              std::string_view(between).find(line[help.size()]) != std::string_view::npos) {
     const std::size_t first = line.find_first_not_of(between, help.size());
-    if (first == line.npos) return false;
-    show_help_of(line.substr(first, line.find_last_not_of(between) + 1 - first));
+    if (first == line.npos) return print_help(kHelp), true;
+    if (line[first] == '=') return false;  // a variable of that name
+    show_help_of(lua, line.substr(first, line.find_last_not_of(between) + 1 - first));
   } else {
     return false;
   }
   return true;
+}
+
+// A variable would be forgotten at the end of its line otherwise, also where lines of a program are
+// pasted.
+std::string without_local(const std::string& text) {
+  static const std::regex local(
+      R"(\s*local\s+(function\s|[A-Za-z_]\w*(\s*,\s*[A-Za-z_]\w*)*\s*=))");
+  std::smatch found;
+  if (!std::regex_search(text, found, local, std::regex_constants::match_continuous)) return text;
+  return text.substr(static_cast<std::size_t>(found.position(1)));
 }
 
 }  // namespace
@@ -93,9 +110,9 @@ int run_shell(const SessionOptions& options) {
     const bool is_end = answer == Answer::kEnd;
     if (is_end && input.is_terminal()) return kExitSuccess;
     if (text.empty() && (is_end || line == "exit" || line == "quit")) return kExitSuccess;
-    if (text.empty() && (line.empty() || do_shell_word(line))) continue;
+    if (text.empty() && (line.empty() || do_shell_word(lua, line))) continue;
     if (!is_end) text += (text.empty() ? "" : "\n") + line;
-    const LuaProgram::Line end = lua.run_line(text, is_end);
+    const LuaProgram::Line end = lua.run_line(without_local(text), is_end);
     std::fflush(stdout);
     if (end == LuaProgram::Line::kFailed && !input.is_terminal()) return kExitFailure;
     if (is_end) return kExitSuccess;

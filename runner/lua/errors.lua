@@ -51,3 +51,18 @@ function layer.call(name, ...)
   if not result.success or reason(result.log) then layer.fail(name, result) end
   return result
 end
+
+-- shorten(traceback) -> the same without the calls inside of the layer, which say nothing to those
+-- who wrote the program; empty when no other call is left.
+function core.shorten(traceback)
+  local lines, has_place = {}, false
+  for line in (traceback .. "\n"):gmatch("(.-)\n") do
+    if line:find("^\tgit%.%l+:") then
+      while lines[1] and lines[#lines]:find("^\t%[C%]") do lines[#lines] = nil end
+    else
+      lines[#lines + 1] = line
+    end
+  end
+  for _, line in ipairs(lines) do has_place = has_place or line:find("^\t[^(]") end
+  return has_place and "\n" .. table.concat(lines, "\n") or ""
+end

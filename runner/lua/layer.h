@@ -12,7 +12,7 @@ namespace uwugit::runner {
 // Adds git.open, git.clone and git.init, after add_tables. Throws std::runtime_error.
 void add_layer(lua_State* lua);
 
-// Leaves a function on the stack that the files in Lua have added for the shell: show, complete.
+// Leaves a function on the stack that the files in Lua have added: show, complete, help, shorten.
 void push_shell_function(lua_State* lua, const char* name);
 
 // The files in Lua, in the order in which they are run.

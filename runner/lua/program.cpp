@@ -5,6 +5,7 @@
 
 #include "binding.h"
 #include "interrupt.h"
+#include "lua/catalogue.h"
 #include "lua/guard.h"
 #include "lua/interrupt_hook.h"
 #include "lua/layer.h"
@@ -12,11 +13,22 @@
 namespace uwugit::runner {
 namespace {
 
-// Adds to an error through which calls it came. An error that is not a text is shown as Lua would
-// show it.
+// Adds to an error through which calls of the program it came. An error that is not a text is shown
+// as Lua would show it.
 int add_traceback(lua_State* lua) {
-  const char* message = luaL_tolstring(lua, 1, nullptr);
-  luaL_traceback(lua, lua, message, 1);
+  luaL_tolstring(lua, 1, nullptr);
+  push_shell_function(lua, "shorten");
+  luaL_traceback(lua, lua, nullptr, 1);
+  lua_pushvalue(lua, -1);
+  lua_insert(lua, -3);
+  if (lua_pcall(lua, 1, 1, 0) != LUA_OK) {  // as when the stack is full
+    lua_pop(lua, 1);
+    lua_pushliteral(lua, "\n");
+    lua_insert(lua, -2);
+  } else {
+    lua_remove(lua, -2);
+  }
+  lua_concat(lua, lua_gettop(lua) - 1);
   return 1;
 }
 
@@ -81,8 +93,17 @@ bool show_answers(lua_State* lua) {
 int call_complete(lua_State* lua) {
   push_shell_function(lua, "complete");
   lua_insert(lua, 1);
-  lua_call(lua, 1, 2);
+  lua_pushcfunction(lua, list_parameters);
+  lua_call(lua, 2, 2);
   return 2;
+}
+
+// help(what) -> an explanation, the name of a function, or nil.
+int call_help(lua_State* lua) {
+  push_shell_function(lua, "help");
+  lua_insert(lua, 1);
+  lua_call(lua, 1, 1);
+  return 1;
 }
 
 }  // namespace
@@ -122,7 +143,10 @@ LuaProgram::Line LuaProgram::run_line(const std::string& line, bool is_last) {
   lua_State* lua = lua_.get();
   lua_settop(lua, 0);
   const bool is_loaded = load_line(lua, line);
-  if (!is_loaded && !is_last && is_cut_short(lua)) return Line::kIncomplete;
+  if (!is_loaded && !is_last && is_cut_short(lua)) {
+    lua_settop(lua, 0);
+    return Line::kIncomplete;
+  }
   look_for_interrupts(lua);
   forget_interrupt();
   const Interruptible interruptible;
@@ -152,6 +176,16 @@ Completions LuaProgram::complete(const std::string& line) {
   }
   lua_settop(lua, 0);
   return found;
+}
+
+std::string LuaProgram::explain(const std::string& what) {
+  lua_State* lua = lua_.get();
+  lua_pushcfunction(lua, call_help);
+  lua_pushlstring(lua, what.data(), what.size());
+  const bool is_explained = lua_pcall(lua, 1, 1, 0) == LUA_OK && lua_isstring(lua, 1);
+  std::string text = is_explained ? lua_tostring(lua, 1) : "";
+  lua_settop(lua, 0);
+  return text;
 }
 
 }  // namespace uwugit::runner

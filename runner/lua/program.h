@@ -35,6 +35,10 @@ class LuaProgram {
   // The names that may be meant at the end of a line.
   Completions complete(const std::string& line);
 
+  // Explains what a path such as "repo.log" leads to, or answers the name of the function of the
+  // module that it is. Empty when there is no such thing.
+  std::string explain(const std::string& what);
+
  private:
   bool run_loaded(bool is_loaded, const std::string& name, std::span<const std::string> arguments);
 

@@ -1,4 +1,4 @@
--- What the shell shows of values, and how it completes words.
+-- What the shell shows of values.
 local core, layer = ...
 
 local most = 100 -- elements of a list that are shown
@@ -11,12 +11,13 @@ local function quoted(text)
 end
 
 local keywords = {}
+layer.keywords = keywords
 for word in ([[and break do else elseif end false for function goto if in local nil not or repeat
     return then true until while]]):gmatch("%a+") do
   keywords[word] = true
 end
 
-local function is_name(key)
+function layer.is_name(key)
   return type(key) == "string" and key:find("^[%a_][%w_]*$") and not keywords[key]
 end
 
@@ -39,7 +40,7 @@ local function elements(value, room, outer)
   for i = 1, math.min(length, most) do texts[i] = shown(rawget(value, i), room, outer) end
   if length > most then texts[#texts + 1] = ("… %d more"):format(length - most) end
   for _, key in ipairs(other_keys(value, length)) do
-    local name = is_name(key) and key or "[" .. shown(key, room, outer) .. "]"
+    local name = layer.is_name(key) and key or "[" .. shown(key, room, outer) .. "]"
     texts[#texts + 1] = name .. " = " .. shown(rawget(value, key), room - #name - 3, outer)
   end
   return texts
@@ -71,57 +72,4 @@ function core.show(...)
     texts[i] = type(value) == "table" and shown(value, core.width(), {}) or tostring(value)
   end
   print(table.concat(texts, "\t"))
-end
-
--- What stands behind a name, without running code of the program.
-local function field(value, name)
-  for _ = 1, 10 do
-    if type(value) == "table" and rawget(value, name) ~= nil then return rawget(value, name) end
-    local meta = debug.getmetatable(value)
-    value = type(meta) == "table" and rawget(meta, "__index")
-    if type(value) ~= "table" then return nil end
-  end
-end
-
-local function add_names(found, value, start, is_method)
-  for _ = 1, 10 do
-    for name, of in next, type(value) == "table" and value or {} do
-      local is_wanted = is_name(name) and name:sub(1, #start) == start and name:sub(1, 2) ~= "__"
-      if is_wanted and (not is_method or type(of) == "function") then found[name] = true end
-    end
-    local meta = debug.getmetatable(value)
-    value = type(meta) == "table" and rawget(meta, "__index")
-    if type(value) ~= "table" then return end
-  end
-end
-
--- complete(text before the cursor) -> the part of a name at its end, the list of the names that
--- begin so; nil inside of quotes.
-function core.complete(text)
-  local found = {}
-  local about = text:match('^help%s+["\']?([%w_]*)$')
-  if about then
-    add_names(found, git, about, true)
-    for _, name in ipairs { "clone", "init", "open" } do found[name] = nil end
-  else
-    local outside = text:gsub("\\.", ""):gsub('"[^"]*"', ""):gsub("'[^']*'", "")
-    if outside:find("[\"']") then return nil end
-    local path, sign, start = text:match("([%a_][%w_.:]*)([.:])([%w_]*)$")
-    about = start or text:match("[%w_]*$")
-    local value = _G
-    for name in (path or ""):gmatch("[%w_]+") do value = field(value, name) end
-    add_names(found, value, about, sign == ":")
-    for word in next, path and {} or keywords do
-      if word:sub(1, #about) == about then found[word] = true end
-    end
-    if about == text then
-      for _, word in ipairs { "exit", "functions", "help" } do
-        if word:sub(1, #about) == about then found[word] = true end
-      end
-    end
-  end
-  local names = {}
-  for name in next, found do names[#names + 1] = name end
-  table.sort(names)
-  return about, names
 end

@@ -28,7 +28,11 @@ struct Parameter {
   // enough.
   std::size_t capacity = 0;
   bool is_id = false;  // the whole id of a commit, where people may give a name
+  std::span<const std::string_view> words = {};  // the words, in any case, that the text is one of
 };
+
+// What an argument means, with the words that it may be.
+std::string explain(const Parameter& parameter);
 
 // When a row of a function's results applies. The first row that applies decides.
 enum class ResultMatch {
