@@ -13,21 +13,21 @@ namespace {
 std::atomic<uwugit::ProgressFunction*> host = nullptr;
 void* host_context = nullptr;
 
-bool is_to_end(const Progress& progress, bool can_end) {
+bool is_end_wanted(const Progress& progress, bool can_end) {
   uwugit::ProgressFunction* const function = host.load(std::memory_order_acquire);
   const uwugit::WorkProgress told = {progress.stage, can_end, progress.done, progress.total,
                                      progress.bytes};
-  return function && function(&told, host_context) != 0 && can_end;
+  return function && function(&told, host_context) != 0;
 }
 
 }  // namespace
 
 bool is_watched() { return host.load(std::memory_order_relaxed) != nullptr; }
 
-void tell(const Progress& progress) { is_to_end(progress, false); }
+bool tell(const Progress& progress) { return is_end_wanted(progress, false); }
 
 int go_on(const Progress& progress, bool can_end) {
-  if (!is_to_end(progress, can_end)) return 0;
+  if (!is_end_wanted(progress, can_end) || !can_end) return 0;
   return fail(GIT_ERROR_CALLBACK, "interrupted", GIT_EUSER);
 }
 

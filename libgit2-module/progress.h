@@ -17,8 +17,8 @@ struct Progress {
   std::uint64_t bytes = 0;
 };
 
-// Tells the host.
-void tell(const Progress& progress);
+// Tells the host. Whether it wants the work to end, for work that has its own way to do so.
+bool tell(const Progress& progress = {});
 
 // Tells the host. 0, or GIT_EUSER with an error when the host wants the work to end, and it can.
 // What holds the lock of a repository is writing there, and goes on.

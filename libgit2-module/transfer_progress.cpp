@@ -11,8 +11,6 @@
 #include "next.h"
 #include "progress.h"
 
-extern "C" int libssh2_session_handshake(void* session, int socket);
-
 namespace {
 
 using uwugit::WorkStage;
@@ -87,11 +85,4 @@ EXPORT int git_blob_lookup(git_blob** blob, git_repository* repo, const git_oid*
     if (const int code = go_on({}, true)) return code;
   }
   return NEXT(git_blob_lookup)(blob, repo, id);
-}
-
-// libgit2 (before 1.9) asks again and again for a server that does not answer, also after a signal.
-EXPORT int libssh2_session_handshake(void* session, int socket) {
-  constexpr int failed_to_receive = -43;
-  const int code = NEXT(libssh2_session_handshake)(session, socket);
-  return code < 0 && go_on() != 0 ? failed_to_receive : code;
 }

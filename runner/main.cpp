@@ -281,6 +281,12 @@ bool is_output_written() {
   return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good();
 }
 
+int fail(const std::exception& error, int status) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "uwugit: %s\n", error.what());
+  return is_interrupted() ? kExitInterrupted : status;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -293,12 +299,8 @@ int main(int argc, char** argv) try {
   if (!is_interrupted()) return status;
   std::fputs("uwugit: interrupted\n", stderr);
   return kExitInterrupted;
-} catch (const uwugit::host::Interrupted& interrupted) {
-  std::fflush(stdout);
-  std::fprintf(stderr, "uwugit: %s\n", interrupted.what());
-  return kExitInterrupted;
+} catch (const uwugit::host::RepositoryError& error) {
+  return fail(error, kExitFailure);
 } catch (const std::exception& error) {
-  std::fflush(stdout);
-  std::fprintf(stderr, "uwugit: %s\n", error.what());
-  return kExitUsage;
+  return fail(error, kExitUsage);
 }

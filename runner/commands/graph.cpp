@@ -39,28 +39,23 @@ int write_file(const std::string& name, const std::function<void(std::FILE*)>& d
 
 int draw_graph(const SessionOptions& options, const GraphCommand& command) {
   Session session(options);
-  try {
-    const host::Repository repository(session.host(), session.module(), command.place);
-    host::RowQuery query;
-    query.limit = command.limit;
-    query.is_current_branch = command.is_current_branch;
-    const CommitGraph graph(repository, query);
-    if (!command.svg_file.empty()) {
-      return write_file(command.svg_file, [&](std::FILE* file) { draw_svg(graph, file); });
-    }
-    if (!command.html_file.empty()) {
-      return write_file(command.html_file, [&](std::FILE* file) {
-        write_page(graph, repository, query, command.diffs, file);
-      });
-    }
-    constexpr std::size_t any_width = std::numeric_limits<std::size_t>::max();
-    const std::size_t width = width_of_terminal(stdout, any_width);
-    draw_text(graph, {command.is_ascii, is_coloured(), width}, stdout);
-  } catch (const host::RepositoryError& error) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "uwugit: %s\n", error.what());
-    return kExitFailure;
+  const Watchdog::Watch watch = session.watch("graph");
+  const host::Repository repository(session.host(), session.module(), command.place);
+  host::RowQuery query;
+  query.limit = command.limit;
+  query.is_current_branch = command.is_current_branch;
+  const CommitGraph graph(repository, query);
+  if (!command.svg_file.empty()) {
+    return write_file(command.svg_file, [&](std::FILE* file) { draw_svg(graph, file); });
   }
+  if (!command.html_file.empty()) {
+    return write_file(command.html_file, [&](std::FILE* file) {
+      write_page(graph, repository, query, command.diffs, file);
+    });
+  }
+  constexpr std::size_t any_width = std::numeric_limits<std::size_t>::max();
+  const std::size_t width = width_of_terminal(stdout, any_width);
+  draw_text(graph, {command.is_ascii, is_coloured(), width}, stdout);
   return kExitSuccess;
 }
 

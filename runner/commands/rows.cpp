@@ -86,20 +86,14 @@ int show_rows(const SessionOptions& options, const RowsCommand& command) {
       find_columns(set, command.columns.empty() ? usual_columns(set, format) : command.columns);
   Session session(options);
   const Watchdog::Watch watch = session.watch(command.set);
-  try {
-    const host::Repository repository(session.host(), session.module(), command.place);
-    const auto rows = set.open(repository, command.query);
-    const auto writer = make_writer(format, set, columns, stdout);
-    while (rows->next()) {
-      writer->row(*rows);
-      if (std::ferror(stdout)) return kExitFailure;  // main says so
-    }
-    writer->end();
-  } catch (const host::RepositoryError& error) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "uwugit: %s\n", error.what());
-    return kExitFailure;
+  const host::Repository repository(session.host(), session.module(), command.place);
+  const auto rows = set.open(repository, command.query);
+  const auto writer = make_writer(format, set, columns, stdout);
+  while (rows->next()) {
+    writer->row(*rows);
+    if (std::ferror(stdout)) return kExitFailure;  // main says so
   }
+  writer->end();
   return kExitSuccess;
 }
 

@@ -115,6 +115,8 @@ int run_shell(const SessionOptions& options) {
     const LuaProgram::Line end = lua.run_line(without_local(text), is_end);
     std::fflush(stdout);
     if (end == LuaProgram::Line::kFailed && !input.is_terminal()) return kExitFailure;
+    if (end == LuaProgram::Line::kFailed && is_interrupted()) std::fputs("interrupted\n", stderr);
+    forget_interrupt();
     if (is_end) return kExitSuccess;
     if (end != LuaProgram::Line::kIncomplete) text.clear();
   }

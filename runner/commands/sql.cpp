@@ -51,12 +51,6 @@ void show_result(Statement& statement, Format format) {
   writer->end();
 }
 
-int fail(const std::exception& error, int status) {
-  std::fflush(stdout);
-  std::fprintf(stderr, "uwugit: %s\n", error.what());
-  return status;
-}
-
 }  // namespace
 
 // The statement is prepared before anything is written, and run when everything is.
@@ -68,23 +62,17 @@ int run_sql(const SessionOptions& options, const SqlCommand& command) {
   Session session(options);
   const Watchdog::Watch watch = session.watch("sql");
   const Interruptible interruptible;  // so that no unfinished file is left
-  try {
-    const host::Repository repository(session.host(), session.module(), command.place);
-    RowSource source(repository, command.jobs);
-    Database database(kInMemory);
-    add_virtual_tables(database, source);
-    allow_only_reading(database);
-    std::optional<Statement> statement;
-    if (!text.empty() || !is_writing) require_result(statement.emplace(database, text));
-    if (is_writing) {
-      write_ordinary_tables(repository, command.jobs, tables, command.database_file);
-    }
-    if (statement) show_result(*statement, format);
-  } catch (const SqlError& error) {
-    return fail(error, kExitUsage);
-  } catch (const host::RepositoryError& error) {
-    return fail(error, kExitFailure);
+  const host::Repository repository(session.host(), session.module(), command.place);
+  RowSource source(repository, command.jobs);
+  Database database(kInMemory);
+  add_virtual_tables(database, source);
+  allow_only_reading(database);
+  std::optional<Statement> statement;
+  if (!text.empty() || !is_writing) require_result(statement.emplace(database, text));
+  if (is_writing) {
+    write_ordinary_tables(repository, command.jobs, tables, command.database_file);
   }
+  if (statement) show_result(*statement, format);
   return kExitSuccess;
 }
 

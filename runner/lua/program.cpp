@@ -148,15 +148,9 @@ LuaProgram::Line LuaProgram::run_line(const std::string& line, bool is_last) {
     return Line::kIncomplete;
   }
   look_for_interrupts(lua);
-  forget_interrupt();
   const Interruptible interruptible;
   const bool is_done = is_loaded && call_with_traceback(lua, 0) && show_answers(lua);
-  if (!is_done && is_interrupted()) {
-    std::fflush(stdout);
-    std::fputs("interrupted\n", stderr);
-  } else if (!is_done) {
-    report_error(lua);
-  }
+  if (!is_done && !is_interrupted()) report_error(lua);
   lua_settop(lua, 0);
   return is_done ? Line::kDone : Line::kFailed;
 }

@@ -28,7 +28,7 @@ class LuaProgram {
   bool run_text(const std::string& text, std::span<const std::string> arguments);
 
   // Runs a line of input and shows what it answers. What is incomplete is told as an error when no
-  // more is to come.
+  // more is to come. Ctrl-C ends it, which is_interrupted() tells.
   enum class Line { kDone, kFailed, kIncomplete };
   Line run_line(const std::string& line, bool is_last);
 
