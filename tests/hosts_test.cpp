@@ -16,7 +16,7 @@ TEST(HostInC, TellsWhatItGivesAndWhatIsWrong) {
                             nullptr};
   uwugithost *host = nullptr, *second = nullptr;
   uwugithost_rows* rows = nullptr;
-  std::string lines;
+  std::string lines, end_at = "get_status: comparing files";
   ASSERT_EQ(uwugithost_open(settings, &host), UWUGITHOST_OK) << uwugithost_last_error();
   const auto keep = [](void* kept, int level, const char* text) {
     *static_cast<std::string*>(kept) += std::to_string(level) + " " + text + "\n";
@@ -42,6 +42,15 @@ TEST(HostInC, TellsWhatItGivesAndWhatIsWrong) {
     options.push_back(nullptr);
     return answer(uwugithost_rows_open(host, set, place, options.data(), &rows));
   };
+  uwugithost_on_progress(
+      host,
+      [](void* context, const uwugithost_progress* progress) {
+        const std::string told = std::string(progress->function) + ": " + progress->work;
+        return told == *static_cast<std::string*>(context) ? 1 : 0;
+      },
+      &end_at);
+  EXPECT_EQ(call("get_status", {{repo, 0}}), "5 get_status was interrupted");
+  end_at.clear();
   const std::pair<std::string, std::string> answers[] = {
       {call("get_status", {{repo, 0}}), "0 success 1, the number of entries"},
       {call("get_status_attribute", {{nullptr, 1}, {repo, 0}, {"PATH", 0}}), "0 success 0, *file"},
@@ -57,7 +66,7 @@ TEST(HostInC, TellsWhatItGivesAndWhatIsWrong) {
   for (const auto& [given, expected] : answers) EXPECT_PRED2(is_like, given, expected);
   uwugithost_rows_close(rows);
   call("get_status", {{repo, 0}});  // rows have not taken the log away
-  EXPECT_PRED2(is_like, lines, "3 Entry: file. *\n3 Entry: file. *\n");
+  EXPECT_PRED2(is_like, lines, "1 *interrupted\n3 Entry: file. *\n3 Entry: file. *\n");
   EXPECT_EQ(uwugithost_close(host), UWUGITHOST_OK);
 }
 
