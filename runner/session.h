@@ -46,6 +46,9 @@ class Session : private host::CallObserver {
   // For what takes long without being a call of a function.
   Watchdog::Watch watch(std::string_view what) const { return watchdog_.watch(what); }
 
+  // For what writes to the terminal during a call.
+  StatusLine::Away without_status_line() { return StatusLine::Away(status_line_); }
+
   host::Host& host() { return host_; }
   const host::FunctionModule& module() const { return *module_; }
 

@@ -97,16 +97,22 @@ void StatusLine::update(const WorkProgress& progress) noexcept {
 }
 
 void StatusLine::end() noexcept {
-  if (is_on_ && take_away()) state_ = State::kNone;
+  if (!is_on_) return;
+  take_away();
+  away_ = 0;
+  state_ = State::kNone;
 }
 
-bool StatusLine::take_away() noexcept {
-  for (State idle = State::kIdle; !state_.compare_exchange_weak(idle, State::kTaken);
-       idle = State::kIdle) {
-    if (idle == State::kNone) return false;
+void StatusLine::take_away() noexcept {
+  if (away_++ > 0 || state_ == State::kNone) return;
+  for (State idle = State::kIdle; !state_.compare_exchange_weak(idle, State::kTaken);) {
+    idle = State::kIdle;
   }
   if (std::exchange(is_drawn_, false)) write_out(kErase);
-  return true;
+}
+
+void StatusLine::give_back() noexcept {
+  if (--away_ == 0 && state_ == State::kTaken) state_ = State::kIdle;
 }
 
 void StatusLine::draw_until(const std::stop_token& stop) {

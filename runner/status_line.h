@@ -27,19 +27,16 @@ class StatusLine {
   void update(const WorkProgress& progress) noexcept;
   void end() noexcept;
 
-  // While this lives the line is away, so that something else can be written.
+  // As long as one of these lives the line is away, so that something else can be written.
   class Away {
    public:
-    explicit Away(StatusLine& line) : line_(line), was_there_(line.take_away()) {}
-    ~Away() {
-      if (was_there_) line_.state_ = State::kIdle;
-    }
+    explicit Away(StatusLine& line) : line_(line) { line_.take_away(); }
+    ~Away() { line_.give_back(); }
     Away(const Away&) = delete;
     Away& operator=(const Away&) = delete;
 
    private:
     StatusLine& line_;
-    bool was_there_;
   };
 
   // Whether a status line can be shown on stderr.
@@ -51,7 +48,8 @@ class StatusLine {
   // caller of a function waits for it. No lock is held, so the process can be forked in between.
   enum class State : int { kNone, kIdle, kTaken };
 
-  bool take_away() noexcept;
+  void take_away() noexcept;
+  void give_back() noexcept;
   void draw_until(const std::stop_token& stop);
   void draw();
   std::string text(Clock::duration elapsed) const;
@@ -59,6 +57,7 @@ class StatusLine {
   const bool is_on_;
   std::atomic<State> state_ = State::kNone;
   bool is_drawn_ = false;
+  unsigned away_ = 0;  // of how many; of the caller's thread
   std::string_view function_;
   std::atomic<Clock::time_point> start_{};
   std::atomic<WorkStage> stage_{};

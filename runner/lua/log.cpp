@@ -18,6 +18,7 @@ LuaLog::~LuaLog() { log_.set_sink(std::move(usual_)); }
 void LuaLog::write(const host::LogLine& line) {
   constexpr int kRoom = 8;  // values on the stack
   if (!active || is_in_function || !lua_checkstack(active, kRoom)) return usual_(line);
+  const auto away = context_of(active).session.without_status_line();
   bool is_given = false;
   is_in_function = true;
   const std::string severity = line.severity();
