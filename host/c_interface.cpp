@@ -1,6 +1,7 @@
 // The C interface: an adapter of the library's classes. Exceptions end in attempt().
 #include <dlfcn.h>
 #include <link.h>
+#include <unistd.h>
 
 #include <charconv>
 #include <cstdio>
@@ -19,12 +20,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// In the processes that compare commits there is nobody to be told.
 struct ProgressTeller : host::CallObserver {
   void begin(const host::Function& function) noexcept override {
     told = {function.name.data(), "", 0, 0, 0};
     is_ended = false;
+    is_in_worker = getpid() != process;
   }
   bool go_on(const uwugit::WorkProgress& progress) noexcept override {
+    if (is_in_worker) return true;
     if (progress.stage != uwugit::WorkStage::kAsBefore) {
       told = {told.function, host::describe(progress.stage), progress.done, progress.total,
               progress.bytes};
@@ -37,8 +41,10 @@ struct ProgressTeller : host::CallObserver {
 
   uwugithost_progress_callback* callback = nullptr;
   void* context = nullptr;
+  pid_t process = 0;  // in which the callback was given
   uwugithost_progress told{};
   bool is_ended = false;
+  bool is_in_worker = false;
 };
 
 }  // namespace
@@ -268,6 +274,7 @@ uwugithost_code uwugithost_on_progress(uwugithost* owner, uwugithost_progress_ca
     begin(owner);
     owner->progress.callback = callback;
     owner->progress.context = context;
+    owner->progress.process = getpid();
     owner->host.set_observer(callback ? &owner->progress : nullptr);
   });
 }

@@ -292,13 +292,14 @@ int fail(const std::exception& error, int status) {
 int main(int argc, char** argv) try {
   use_utf8();
   const int status = parse_and_run(argc, argv);
-  if (!is_output_written()) {
-    std::fputs("uwugit: the output could not be written\n", stderr);
-    return kExitFailure;
+  const bool is_written = is_output_written();
+  if (is_interrupted()) {  // which may also be why the output was not written
+    std::fputs("uwugit: interrupted\n", stderr);
+    return kExitInterrupted;
   }
-  if (!is_interrupted()) return status;
-  std::fputs("uwugit: interrupted\n", stderr);
-  return kExitInterrupted;
+  if (is_written) return status;
+  std::fputs("uwugit: the output could not be written\n", stderr);
+  return kExitFailure;
 } catch (const uwugit::host::RepositoryError& error) {
   return fail(error, kExitFailure);
 } catch (const std::exception& error) {

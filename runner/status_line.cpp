@@ -51,15 +51,21 @@ void write_out(std::string_view text) {
   [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), text.size());
 }
 
-// The signals are for the thread that works.
-std::jthread start_without_signals(auto work) {
-  sigset_t all, before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  std::jthread thread(work);
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  return thread;
-}
+// Holds off all signals of this thread, and of those that it starts, for as long as it lives.
+class SignalsOff {
+ public:
+  SignalsOff() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  ~SignalsOff() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsOff(const SignalsOff&) = delete;
+  SignalsOff& operator=(const SignalsOff&) = delete;
+
+ private:
+  sigset_t before_;
+};
 
 }  // namespace
 
@@ -80,7 +86,8 @@ void StatusLine::begin(std::string_view function) noexcept {
   start_ = Clock::now();
   if (!thread_.joinable()) {
     try {
-      thread_ = start_without_signals([this](const std::stop_token& stop) { draw_until(stop); });
+      const SignalsOff signals_off;  // they are for the thread that works
+      thread_ = std::jthread([this](const std::stop_token& stop) { draw_until(stop); });
     } catch (const std::exception&) {  // no thread can be had: then there is no line
     }
   }

@@ -54,16 +54,17 @@ fs::path make_temporary_folder() {
   return folder;
 }
 
-// Another program does it, since next to nothing else is allowed in the handler of a signal.
+// Another program does it, since next to nothing else is allowed in the handler of a signal. _Fork
+// is fork without the locks of the C library, which the signal may have found locked.
 void remove_temporary_folders() noexcept {
   if (owner != getpid()) return;
   owner = 0;
-  const pid_t child = fork();
+  const pid_t child = _Fork();
   if (child == 0) {
     execl("/bin/rm", "rm", "-rf", "--", all_folders.c_str(), nullptr);
     _exit(1);
   }
-  while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+  while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
   }
 }
 

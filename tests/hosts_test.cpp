@@ -123,6 +123,11 @@ TEST(HostInC, HasTheRowsThatGitHas) {
   EXPECT_EQ(column(host, "status", repo, "path"), "always\nnew\n");
   EXPECT_EQ(column(host, "files", repo, "path", {"first", "HEAD~1", "second", "HEAD"}),
             git_lines({"diff", "--name-only", "HEAD~1", "HEAD"}));
+  pid_t process = getpid();  // the only one that is told
+  const auto end_elsewhere = [](void* own, const uwugithost_progress*) {
+    return static_cast<int>(getpid() != *static_cast<pid_t*>(own));
+  };
+  EXPECT_EQ(uwugithost_on_progress(host, end_elsewhere, &process), UWUGITHOST_OK);
   EXPECT_EQ(column(host, "changes", repo, "path", {"limit", "3"}),
             git_lines({"log", "-3", "--format=", "--name-only"}));
   EXPECT_EQ(column(host, "changes", repo, "additions", {"limit", "1", "jobs", "2"}), "2\n5\n");

@@ -133,6 +133,22 @@ TEST(Workers, AnswerInOrderAndEndWithTheirReader) {
   Workers(3, 3, endless).next_row();  // and it ends them
 }
 
+// Each row comes when the signal before it was handled, and so most likely while it was waited for.
+TEST(Workers, AreReadOnAfterSignals) {
+  static int handled[2];
+  ASSERT_EQ(pipe(handled), 0);
+  struct sigaction action {};
+  action.sa_handler = [](int) { EXPECT_EQ(write(handled[1], "", 1), 1); };
+  sigaction(SIGUSR1, &action, nullptr);
+  const auto disturb = [](std::size_t, WorkerOutput& output) {
+    char byte = 0;
+    kill(getppid(), SIGUSR1);
+    output.begin_row();
+    output.number(read(handled[0], &byte, 1));
+  };
+  EXPECT_EQ(gather(1, 100, disturb), std::vector<std::int64_t>(100, 1));
+}
+
 TEST(Workers, TellWhyTheyCouldNotGoOn) {
   const auto message = [](const Workers::Work& work) {
     try {

@@ -162,21 +162,17 @@ Cell as_number(std::string_view text, std::string*) {
   return cell;
 }
 
+// A commit can tell of a time that no calendar has.
 Cell as_date(std::string_view text, std::string* room) {
   const Cell time = as_number(text, room);
-  if (time.is_null) return time;
-  *room = date_text(time.number);
-  return {false, 0, *room};
-}
-
-std::string date_text(std::int64_t seconds) {
   std::tm parts{};
-  gmtime_r(&seconds, &parts);
-  char text[48];
+  if (time.is_null || !gmtime_r(&time.number, &parts)) return {true, 0, {}};
+  char date[48];
   const int length =
-      std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", parts.tm_year + 1900,
+      std::snprintf(date, sizeof date, "%04ld-%02d-%02d %02d:%02d:%02d", parts.tm_year + 1900L,
                     parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec);
-  return std::string(text, static_cast<std::size_t>(length));
+  room->assign(date, static_cast<std::size_t>(length));
+  return {false, 0, *room};
 }
 
 }  // namespace uwugit::host

@@ -90,7 +90,4 @@ std::unique_ptr<RowReader> open_changes(const Repository& repository, const RowQ
 extern const std::span<const Column> kStatusColumns, kCommitColumns, kParentColumns, kRefColumns,
     kFileColumns, kLineColumns, kChangeColumns;
 
-// YYYY-MM-DD HH:MM:SS of seconds since 1970, in UTC.
-std::string date_text(std::int64_t seconds);
-
 }  // namespace uwugit::host

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <stdexcept>
 
@@ -40,9 +41,18 @@ void WorkerOutput::text(std::string_view value) {
   write(value.data(), value.size());
 }
 
+// A signal that the process handles is no reason to stop reading.
 void WorkerInput::read(void* bytes, std::size_t size) {
-  if (std::fread(bytes, 1, size, pipe_.get()) != size) {
-    throw RepositoryError("a process that compared commits has ended before its work was done");
+  auto* place = static_cast<char*>(bytes);
+  for (;;) {
+    const std::size_t got = std::fread(place, 1, size, pipe_.get());
+    if (got == size) return;
+    if (!std::ferror(pipe_.get()) || errno != EINTR) {
+      throw RepositoryError("a process that compared commits has ended before its work was done");
+    }
+    std::clearerr(pipe_.get());
+    place += got;
+    size -= got;
   }
 }
 
@@ -79,7 +89,10 @@ Workers::Workers(unsigned jobs, std::size_t chunks, const Work& work) : chunks_(
 Workers::~Workers() {
   inputs_.clear();
   for (const pid_t process : processes_) kill(process, SIGTERM);
-  for (const pid_t process : processes_) waitpid(process, nullptr, 0);
+  for (const pid_t process : processes_) {
+    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+    }
+  }
 }
 
 // In the new process, which ends here and without what the old one does at its end.

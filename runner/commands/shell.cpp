@@ -1,11 +1,12 @@
 // The interactive shell: Lua, line by line, with the module loaded.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <optional>
-#include <regex>
 #include <string>
+#include <string_view>
 
 #include "commands.h"
 #include "format/wrap.h"
@@ -84,14 +85,27 @@ bool do_shell_word(LuaProgram& lua, const std::string& line) {
   return true;
 }
 
+// What stands behind a word at the beginning of a text, and behind the blanks that follow the word.
+std::optional<std::string_view> behind_word(std::string_view text, std::string_view word) {
+  constexpr std::string_view blanks = " \t\n\v\f\r";
+  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+  if (!text.starts_with(word)) return std::nullopt;
+  text.remove_prefix(word.size());
+  const std::size_t length = std::min(text.find_first_not_of(blanks), text.size());
+  if (length == 0) return std::nullopt;
+  return text.substr(length);
+}
+
 // A variable would be forgotten at the end of its line otherwise, also where lines of a program are
 // pasted.
 std::string without_local(const std::string& text) {
-  static const std::regex local(
-      R"(\s*local\s+(function\s|[A-Za-z_]\w*(\s*,\s*[A-Za-z_]\w*)*\s*=))");
-  std::smatch found;
-  if (!std::regex_search(text, found, local, std::regex_constants::match_continuous)) return text;
-  return text.substr(static_cast<std::size_t>(found.position(1)));
+  constexpr std::string_view of_names =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_, \t\n\v\f\r";
+  const auto rest = behind_word(text, "local");
+  if (!rest) return text;
+  const std::size_t end = std::min(rest->find_first_not_of(of_names), rest->size());
+  const bool is_assignment = end > 0 && rest->substr(end).starts_with('=');
+  return is_assignment || behind_word(*rest, "function") ? std::string(*rest) : text;
 }
 
 }  // namespace

@@ -70,9 +70,12 @@ int push_arguments(lua_State* lua, const std::string& file,
 // Loads a line as an expression, whose values are then shown, or else as a statement. Leaves the
 // message on the stack when it is neither.
 bool load_line(lua_State* lua, const std::string& line) {
-  if (luaL_loadstring(lua, ("return " + line).c_str()) == LUA_OK) return true;
+  const auto load = [lua](const std::string& text) {
+    return luaL_loadbuffer(lua, text.data(), text.size(), text.c_str()) == LUA_OK;
+  };
+  if (load("return " + line)) return true;
   lua_pop(lua, 1);
-  return luaL_loadstring(lua, line.c_str()) == LUA_OK;
+  return load(line);
 }
 
 // Whether Lua's message about a line says that more was to come.

@@ -76,8 +76,9 @@ typedef struct {
 
 /* Sees how far a call is, where it takes long and with the companion, up to a million times a
    second, and answers 0. Any other answer ends a clone, a fetch, a push or what only reads: it
-   fails with UWUGITHOST_INTERRUPTED. What writes in a repository is finished. The callback calls no
-   function of this library, and returns in the ordinary way. */
+   fails with UWUGITHOST_INTERRUPTED. What writes in a repository is finished. The commits of
+   "changes" are compared in processes of their own, and there it is not called. The callback calls
+   no function of this library, and returns in the ordinary way. */
 typedef int uwugithost_progress_callback(void* context, const uwugithost_progress* progress);
 
 /* Tells the callback, with the context, from now on. Without a callback, as at the beginning,
