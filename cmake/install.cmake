@@ -24,10 +24,19 @@ install(FILES completions/_uwugit COMPONENT unpackaged
 install(FILES README.md TYPE DOC)
 install(FILES LICENSE TYPE DOC RENAME copyright)
 install(DIRECTORY docs examples TYPE DOC PATTERN "*.in" EXCLUDE)
+install(FILES cmake/changelog TYPE DOC EXCLUDE_FROM_ALL)
 
 install(TARGETS uwugithost EXPORT uwugithost ARCHIVE COMPONENT development)
+# It is fifty times as large with its debugging information and with what only link-time optimisation by the
+# very same compiler can use.
+install(CODE "execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --enable-deterministic-archives
+    --remove-section=.gnu.lto_* --remove-section=.gnu.debuglto_* libuwugithost.a
+  WORKING_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}\"
+  COMMAND_ERROR_IS_FATAL ANY)" COMPONENT development)
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libuwugithost-dev RENAME copyright
         COMPONENT development)
+install(FILES cmake/changelog DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libuwugithost-dev
+        COMPONENT development EXCLUDE_FROM_ALL)
 install(DIRECTORY include/uwugit host/include/uwugithost TYPE INCLUDE COMPONENT development)
 install(EXPORT uwugithost NAMESPACE uwugithost:: FILE uwugithost-config.cmake
         DESTINATION ${package_folder} COMPONENT development)
@@ -50,6 +59,8 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_CONTACT "The uwugit developers <uwugit@localhost>")
 set(CPACK_COMPONENTS_ALL uwugit development)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/compress_documents.cmake)
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/mend_packages.cmake)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

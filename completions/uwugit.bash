@@ -19,10 +19,15 @@ _uwugit() {
       break
     fi
   done
+  # The sign of --format=csv is a word of its own.
+  if [[ $word == = ]]; then word=; elif [[ $previous == = ]]; then previous=${COMP_WORDS[COMP_CWORD - 2]}; fi
   COMPREPLY=()
   local candidates=''
   case $command:$previous:$word in
-    *:--format:*) candidates="table csv json jsonl stat numstat patch" ;;
+    diff:--format:*) candidates="table csv json jsonl stat numstat patch" ;;
+    *:--format:*) candidates="table csv json jsonl" ;;
+    *:--log-format:*) candidates="text json" ;;
+    *:--log:* | *:--module:* | *:--path:*) ;;
     *:-C:* | *:--*-path:*)
       compopt -o filenames
       mapfile -t COMPREPLY < <(compgen -d -- "$word")
