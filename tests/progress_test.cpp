@@ -148,6 +148,7 @@ TEST_F(Interrupt, EndsTransfersThatHang) {
                is_clone = function == std::string("do_clone");
     const std::string url = is_ssh ? all_.url("ssh", bare_, me()) : all_.url(scheme, "/remote.git");
     git(work_, {"remote", "set-url", "origin", url});
+    setenv("LSAN_OPTIONS", is_ssh ? "exitcode=0" : "", 1);  // libgit2 1.5 leaks over SSH
     if (function == std::string("do_push")) git(work_, {"checkout", "--quiet", "-b", scheme});
     const std::string before = state();
     std::string program = "pcall(git." + std::string(function);

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -15,24 +16,40 @@
 #include "format/writer.h"
 #include "graph/draw.h"
 #include "graph/page.h"
+#include "unfinished_file.h"
 
 namespace uwugit::runner {
 namespace {
 
+namespace fs = std::filesystem;
+
 bool is_coloured() { return isatty(STDOUT_FILENO) && !std::getenv("NO_COLOR"); }
 
-int write_file(const std::string& name, const std::function<void(std::FILE*)>& draw) {
-  // Drawing can throw.
+using Draw = std::function<void(std::FILE*)>;
+
+// Drawing can throw. False, with the reason in errno, when the file cannot be written.
+bool draw_into(const fs::path& name, const Draw& draw) {
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "we"), std::fclose);
-  bool is_written = file != nullptr;
-  if (file) {
-    draw(file.get());
-    is_written = !std::ferror(file.get());
-    is_written = std::fclose(file.release()) == 0 && is_written;
-  }
-  if (is_written) return kExitSuccess;
-  std::fprintf(stderr, "uwugit: '%s' cannot be written: %s\n", name.c_str(), std::strerror(errno));
-  return kExitFailure;
+  if (!file) return false;
+  draw(file.get());
+  const bool is_drawn = !std::ferror(file.get());
+  return std::fclose(file.release()) == 0 && is_drawn;
+}
+
+// What is there and is no file, such as /dev/stdout, is written to as it is.
+bool write_file(const fs::path& name, const Draw& draw) {
+  std::error_code error;
+  const bool is_there = fs::exists(name, error);
+  if (is_there && !fs::is_regular_file(name, error)) return draw_into(name, draw);
+  const UnfinishedFile unfinished(is_there ? fs::canonical(name) : name);
+  if (!draw_into(unfinished.name(), draw)) return false;
+  unfinished.put_in_place();
+  return true;
+}
+
+int draw_file(const std::string& name, const Draw& draw) {
+  if (write_file(name, draw)) return kExitSuccess;
+  throw host::RepositoryError("'" + name + "' cannot be written: " + std::strerror(errno));
 }
 
 }  // namespace
@@ -40,18 +57,19 @@ int write_file(const std::string& name, const std::function<void(std::FILE*)>& d
 int draw_graph(const SessionOptions& options, const GraphCommand& command) {
   Session session(options);
   const Watchdog::Watch watch = session.watch("graph");
+  const Interruptible interruptible;  // so that no unfinished file is left
   const host::Repository repository(session.host(), session.module(), command.place);
   host::RowQuery query;
   query.limit = command.limit;
   query.is_current_branch = command.is_current_branch;
   const CommitGraph graph(repository, query);
   if (!command.svg_file.empty()) {
-    return write_file(command.svg_file, [&](std::FILE* file) { draw_svg(graph, file); });
+    return draw_file(command.svg_file, [&](std::FILE* file) { draw_svg(graph, file); });
   }
   if (!command.html_file.empty()) {
-    return write_file(command.html_file, [&](std::FILE* file) {
-      write_page(graph, repository, query, command.diffs, file);
-    });
+    write_file(command.html_file,
+               [&](std::FILE* file) { write_page(graph, repository, query, command.diffs, file); });
+    return kExitSuccess;
   }
   constexpr std::size_t any_width = std::numeric_limits<std::size_t>::max();
   const std::size_t width = width_of_terminal(stdout, any_width);

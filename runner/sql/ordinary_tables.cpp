@@ -1,36 +1,11 @@
 #include "sql/ordinary_tables.h"
 
-#include <filesystem>
-
 #include "sql/database.h"
 #include "sql/sql_cells.h"
+#include "unfinished_file.h"
 
 namespace uwugit::runner {
 namespace {
-
-namespace fs = std::filesystem;
-
-// Is removed, unless it was put in place.
-class UnfinishedFile {
- public:
-  explicit UnfinishedFile(fs::path file) : file_(std::move(file)) { remove(); }
-  ~UnfinishedFile() { remove(); }
-  const std::string& name() const { return file_.native(); }
-
-  void put_in_place(const fs::path& place) {
-    std::error_code error;
-    fs::rename(file_, place, error);
-    if (error) throw host::RepositoryError(place.string() + ": " + error.message());
-  }
-
- private:
-  void remove() {
-    std::error_code error;
-    fs::remove(file_, error);
-  }
-
-  fs::path file_;
-};
 
 void create(Database& database, const host::RowSet& set) {
   std::string columns;
@@ -84,7 +59,7 @@ std::vector<std::string> plain_tables() {
 
 void write_ordinary_tables(const host::Repository& repository, unsigned jobs,
                            std::span<const std::string> names, const std::string& file) {
-  UnfinishedFile unfinished(file + ".tmp");
+  UnfinishedFile unfinished(file);
   host::RowQuery query;
   query.jobs = jobs;
   {
@@ -98,7 +73,7 @@ void write_ordinary_tables(const host::Repository& repository, unsigned jobs,
     }
     database.execute("COMMIT");
   }
-  unfinished.put_in_place(file);
+  unfinished.put_in_place();
 }
 
 }  // namespace uwugit::runner
