@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <stdexcept>
 
@@ -41,9 +42,10 @@ void WorkerOutput::text(std::string_view value) {
 }
 
 void WorkerInput::read(void* bytes, std::size_t size) {
-  if (std::fread(bytes, 1, size, pipe_.get()) != size) {
-    throw RepositoryError("a process that compared commits has ended before its work was done");
-  }
+  errno = 0;
+  if (std::fread(bytes, 1, size, pipe_.get()) == size) return;
+  if (errno == EINTR) throw RepositoryError("comparing commits was interrupted");
+  throw RepositoryError("a process that compared commits has ended before its work was done");
 }
 
 std::int64_t WorkerInput::number() {
