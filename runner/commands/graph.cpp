@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -15,18 +16,26 @@
 #include "format/writer.h"
 #include "graph/draw.h"
 #include "graph/page.h"
+#include "interrupt.h"
 
 namespace uwugit::runner {
 namespace {
 
 bool is_coloured() { return isatty(STDOUT_FILENO) && !std::getenv("NO_COLOR"); }
 
+// Drawing can throw, also because of Ctrl-C. What is unfinished by then is removed.
 int write_file(const std::string& name, const std::function<void(std::FILE*)>& draw) {
-  // Drawing can throw.
+  const Interruptible interruptible;
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "we"), std::fclose);
   bool is_written = file != nullptr;
   if (file) {
-    draw(file.get());
+    try {
+      draw(file.get());
+    } catch (...) {
+      std::error_code error;
+      if (std::filesystem::is_regular_file(name, error)) std::filesystem::remove(name, error);
+      throw;
+    }
     is_written = !std::ferror(file.get());
     is_written = std::fclose(file.release()) == 0 && is_written;
   }
