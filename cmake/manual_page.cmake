@@ -1,8 +1,7 @@
 # Writes the manual page of the command: PAGE from TEMPLATE, with the help of each command of PROGRAM. When
-# that is for another processor, EMULATOR in the environment says what runs it.
-separate_arguments(emulator UNIX_COMMAND "$ENV{EMULATOR}")
+# that is for another processor, EMULATOR is the command that runs it.
 function(text_of_help variable)
-  execute_process(COMMAND ${CMAKE_COMMAND} -E env COLUMNS=80 ${emulator} ${PROGRAM} ${ARGN} --help
+  execute_process(COMMAND ${CMAKE_COMMAND} -E env COLUMNS=80 ${EMULATOR} ${PROGRAM} ${ARGN} --help
     OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
   # Characters that begin a request or an escape, and hyphens that are to stay hyphens when copied.
   string(REPLACE "\\" "\\e" text "${text}")

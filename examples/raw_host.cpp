@@ -1,6 +1,7 @@
 // The smallest host: it speaks the calling convention itself and shows the status of a repository.
 //
-//     c++ -std=c++20 -I include examples/raw_host.cpp -o raw_host && ./raw_host lib/uwugit FOLDER
+//     c++ -std=c++20 -I include examples/raw_host.cpp -o raw_host
+//     ./raw_host build/release/lib/uwugit FOLDER
 //
 // What it leaves out is what other functions need: files (write_diff_to_file), passwords, and the
 // registered functions of the module's entry (docs/hosting.md has all of it).

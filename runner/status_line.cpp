@@ -138,24 +138,26 @@ void StatusLine::draw_until(const std::stop_token& stop) {
 void StatusLine::draw() {
   const Clock::duration elapsed = Clock::now() - start_.load();
   if (elapsed < kBefore) return;
-  std::string line = text(elapsed);
-  const std::size_t width = width_of_terminal(stderr, 80);
-  line.resize(std::min(line.size(), width - 1));
+  const std::size_t width = width_of_terminal(stderr, 80) - 1;
+  std::string line = text(elapsed, width);
+  line.resize(std::min(line.size(), width));
   write_out(line.insert(0, kErase));
   is_drawn_ = true;
 }
 
-std::string StatusLine::text(Clock::duration elapsed) const {
+// In a narrow terminal without the words for what is done.
+std::string StatusLine::text(Clock::duration elapsed, std::size_t width) const {
   std::string line(function_);
   line += ", " + time_text(std::chrono::duration_cast<std::chrono::seconds>(elapsed));
-  if (is_interrupted()) return line + ": ending (Ctrl-C again ends at once)";
+  if (is_interrupted()) return line + ": ending when it can (Ctrl-C again: at once)";
   const char* const work = host::describe(stage_);
   if (*work == '\0') return line;
-  line += std::string(", ") + work;
-  if (done_ > 0) line += ": " + grouped(done_);
-  if (done_ > 0 && total_ > 0) line += " of " + grouped(total_);
-  if (bytes_ > 0) line += ", " + size_text(bytes_);
-  return line;
+  std::string count;
+  if (done_ > 0) count += ": " + grouped(done_);
+  if (done_ > 0 && total_ > 0) count += " of " + grouped(total_);
+  if (bytes_ > 0) count += ", " + size_text(bytes_);
+  const std::string words = std::string(", ") + work;
+  return line + (line.size() + words.size() + count.size() <= width ? words : "") + count;
 }
 
 }  // namespace uwugit::runner

@@ -52,7 +52,7 @@ class StatusLine {
   void give_back() noexcept;
   void draw_until(const std::stop_token& stop);
   void draw();
-  std::string text(Clock::duration elapsed) const;
+  std::string text(Clock::duration elapsed, std::size_t width) const;
 
   const bool is_on_;
   std::atomic<State> state_ = State::kNone;

@@ -20,7 +20,7 @@ std::string show_place(const std::string& text, std::size_t offset) {
   append_utf8(before, std::string_view(text).substr(start, offset - start));
   for (std::string* part : {&line, &before}) {
     std::replace_if(
-        part->begin(), part->end(), [](char c) { return c >= 0 && c < ' '; }, ' ');
+        part->begin(), part->end(), [](char c) { return static_cast<unsigned char>(c) < 32; }, ' ');
   }
   return "\n  " + line + "\n  " + std::string(display_width(before), ' ') + "^";
 }
@@ -99,7 +99,7 @@ StatementRows::StatementRows(Statement& statement) : statement_(statement) {
   for (int i = 0; i < count; ++i) {
     std::string name = sqlite3_column_name(statement.get(), i);
     std::replace_if(
-        name.begin(), name.end(), [](char c) { return c >= 0 && c < ' '; }, ' ');
+        name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 32; }, ' ');
     names_.push_back(std::move(name));
   }
   for (const std::string& name : names_) columns_.push_back({name, host::ColumnType::kAny, {}});
