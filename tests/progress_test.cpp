@@ -170,12 +170,21 @@ TEST_F(Interrupt, EndsTransfersThatHang) {
   EXPECT_EQ(remote_main(), remote_before);
 }
 
+// A function of the program goes on where the call could not be ended. What it waits for ends with
+// the first Ctrl-C, which has been noted by then.
 TEST_F(Interrupt, EndsTheProcessTheSecondTime) {
   write_file(work_ / "file", "changed");
   const std::string program =
-      "host.on_log(function() print('now') while true do end end)\ngit.get_status([[" +
-      work_.string() + "]])";
-  EXPECT_EQ(type(program, {"now", "^C", "^C", "^C"}), "-2\n");
+      "host.on_log(function()\n"
+      "  io.popen('echo now > /dev/tty; exec cat " +
+      gate_.string() +
+      "'):read('a')\n"
+      "  print('noted')\n"
+      "  while true do end\n"
+      "end)\n"
+      "git.get_status('" +
+      work_.string() + "')";
+  EXPECT_EQ(type(program, {"now", "^C", "noted", "^C"}), "-2\n");
 }
 
 }  // namespace
