@@ -6,25 +6,20 @@
 
 namespace uwugit::runner {
 
-// Lies beside that place with ".tmp" behind its name, and is removed unless it was put in place.
+// Lies beside that place under a name of its own, with the rights of the file that it replaces, and
+// is removed unless it was put in place.
 class UnfinishedFile {
  public:
-  explicit UnfinishedFile(std::filesystem::path place)
-      : place_(std::move(place)), file_(place_.string() + ".tmp") {
-    remove();
-  }
-  ~UnfinishedFile() { remove(); }
+  // Makes it, empty. Throws host::RepositoryError, as put_in_place() does.
+  explicit UnfinishedFile(std::filesystem::path place);
+  ~UnfinishedFile();
   UnfinishedFile(const UnfinishedFile&) = delete;
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
   const std::string& name() const { return file_; }
-
-  // Throws host::RepositoryError.
   void put_in_place() const;
 
  private:
-  void remove() const;
-
   std::filesystem::path place_;
   std::string file_;
 };

@@ -27,29 +27,31 @@ bool is_coloured() { return isatty(STDOUT_FILENO) && !std::getenv("NO_COLOR"); }
 
 using Draw = std::function<void(std::FILE*)>;
 
-// Drawing can throw. False, with the reason in errno, when the file cannot be written.
-bool draw_into(const fs::path& name, const Draw& draw) {
+// Drawing can throw. Answers the system's error number when the file cannot be written, and else 0.
+int draw_into(const fs::path& name, const Draw& draw) {
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "we"), std::fclose);
-  if (!file) return false;
+  if (!file) return errno;
   draw(file.get());
   const bool is_drawn = !std::ferror(file.get());
-  return std::fclose(file.release()) == 0 && is_drawn;
+  if (std::fclose(file.release()) == 0 && is_drawn) return 0;
+  return errno != 0 ? errno : EIO;
 }
 
 // What is there and is no file, such as /dev/stdout, is written to as it is.
-bool write_file(const fs::path& name, const Draw& draw) {
+int write_file(const fs::path& name, const Draw& draw) {
   std::error_code error;
   const bool is_there = fs::exists(name, error);
   if (is_there && !fs::is_regular_file(name, error)) return draw_into(name, draw);
   const UnfinishedFile unfinished(is_there ? fs::canonical(name) : name);
-  if (!draw_into(unfinished.name(), draw)) return false;
-  unfinished.put_in_place();
-  return true;
+  const int code = draw_into(unfinished.name(), draw);
+  if (code == 0) unfinished.put_in_place();
+  return code;
 }
 
 int draw_file(const std::string& name, const Draw& draw) {
-  if (write_file(name, draw)) return kExitSuccess;
-  throw host::RepositoryError("'" + name + "' cannot be written: " + std::strerror(errno));
+  const int code = write_file(name, draw);
+  if (code == 0) return kExitSuccess;
+  throw host::RepositoryError("'" + name + "' cannot be written: " + std::strerror(code));
 }
 
 }  // namespace
